@@ -1,0 +1,137 @@
+#include "ValueStore.h"
+
+#include <gtest/gtest.h>
+
+namespace director {
+namespace {
+
+TEST(ValueStore, SymbolsInternCaseInsensitivelyAndKeepTheFirstSpelling) {
+  ValueStore store;
+  const LingoSymbol first = store.intern("noteOn");
+  EXPECT_EQ(store.intern("NOTEON"), first);
+  EXPECT_EQ(store.intern("NoteOn"), first);
+  EXPECT_NE(store.intern("noteOff"), first);
+  LingoValue value = store.makeSymbol("NOTEON");
+  EXPECT_EQ(store.print(value), "#noteOn");
+  store.release(value);
+}
+
+TEST(ValueStore, ListsKeepTheirOwnReferencesAndTheCensusFollows) {
+  ValueStore store;
+  LingoValue list = store.makeLinearList();
+  LingoValue item = store.makeInteger(7);
+  store.append(list, item);
+  store.release(item);
+  EXPECT_EQ(store.liveValues(), 2u);  // the list and the item it holds
+  LingoValue inner = store.makePropertyList();
+  LingoValue key = store.makeSymbol("a");
+  LingoValue text = store.makeString("x");
+  store.appendProperty(inner, key, text);
+  store.append(list, inner);
+  store.release(key);
+  store.release(text);
+  store.release(inner);
+  EXPECT_EQ(store.print(list), "[7, [#a: \"x\"]]");
+  store.release(list);
+  EXPECT_EQ(store.liveValues(), 0u);
+}
+
+TEST(ValueStore, PrintsEveryKindAsTheMessageWindowDoes) {
+  ValueStore store;
+  LingoValue values[] = {store.makeFloat(0.5), store.makeLinearList(), store.makePropertyList(),
+                         store.makeVoid(), store.makeInteger(-3)};
+  EXPECT_EQ(store.print(values[0]), "0.5000");
+  EXPECT_EQ(store.print(values[1]), "[]");
+  EXPECT_EQ(store.print(values[2]), "[:]");
+  EXPECT_EQ(store.print(values[3]), "<Void>");
+  EXPECT_EQ(store.print(values[4]), "-3");
+  for (LingoValue& v : values) store.release(v);
+  EXPECT_EQ(store.liveValues(), 0u);
+}
+
+TEST(ValueStore, InterfaceReadsFailOnTheWrongKindAndOutsideTheList) {
+  ValueStore store;
+  HostValueInterface* values = store.valueInterface();
+  HostListInterface* lists = store.listInterface();
+  LingoValue text;
+  ASSERT_EQ(values->MakeStringValue("7", &text), kHostOk);
+  std::int32_t number = 0;
+  EXPECT_NE(values->ReadIntegerValue(&text, &number), kHostOk);
+  LingoSymbol symbol = 0;
+  EXPECT_NE(values->ReadSymbolValue(&text, &symbol), kHostOk);
+  LingoValue empty{};
+  EXPECT_NE(values->ReadIntegerValue(&empty, &number), kHostOk);  // VOID reads as nothing
+
+  LingoValue list;
+  lists->NewLinearList(&list);
+  LingoValue item;
+  EXPECT_NE(lists->GetListItem(&list, 1, &item), kHostOk);
+  EXPECT_NE(lists->GetListItem(&text, 1, &item), kHostOk);
+  EXPECT_EQ(lists->ListItemCount(&text), 0);
+
+  std::int32_t type = -1;
+  values->ValueTypeOf(&list, &type);
+  EXPECT_EQ(type, kLingoTypeLinearList);
+  values->ValueTypeOf(&text, &type);
+  EXPECT_EQ(type, kLingoTypeString);
+  values->ReleaseValue(&list);
+  values->ReleaseValue(&text);
+  EXPECT_EQ(store.liveValues(), 0u);
+}
+
+TEST(ValueStore, GetListItemOnAPropertyListYieldsTheValue) {
+  ValueStore store;
+  LingoValue plist = store.makePropertyList();
+  LingoValue key = store.makeSymbol("velocity");
+  LingoValue number = store.makeInteger(100);
+  store.appendProperty(plist, key, number);
+  LingoValue item;
+  ASSERT_EQ(store.listInterface()->GetListItem(&plist, 1, &item), kHostOk);
+  EXPECT_EQ(store.print(item), "100");
+  for (LingoValue* v : {&item, &key, &number, &plist}) store.release(*v);
+  EXPECT_EQ(store.liveValues(), 0u);
+}
+
+TEST(ValueStore, InjectedFailuresHitExactlyTheNextCalls) {
+  ValueStore store;
+  HostValueInterface* values = store.valueInterface();
+  store.failNext(HostOperation::MakeIntegerValue, 2);
+  LingoValue v;
+  EXPECT_EQ(values->MakeIntegerValue(1, &v), kHostErrInjected);
+  EXPECT_EQ(store.kind(v), ValueKind::Void);
+  EXPECT_EQ(values->MakeIntegerValue(1, &v), kHostErrInjected);
+  EXPECT_EQ(values->MakeIntegerValue(1, &v), kHostOk);
+  values->ReleaseValue(&v);
+
+  store.failAllocations(1);
+  EXPECT_EQ(store.allocator()->AllocateBlock(16), nullptr);
+  void* block = store.allocator()->AllocateBlock(16);
+  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(store.liveBlocks(), 1u);
+  store.allocator()->FreeBlock(block);
+  EXPECT_EQ(store.liveBlocks(), 0u);
+}
+
+TEST(ValueStore, CallbackHandsOutInterfacesAndCountsTheirReferences) {
+  ValueStore store;
+  void* out = nullptr;
+  ASSERT_EQ(store.callback()->QueryInterface(&kIID_HostValueInterface, &out), kHostOk);
+  EXPECT_EQ(out, store.valueInterface());
+  EXPECT_EQ(store.interfaceReferences(), 1);
+  static_cast<HostValueInterface*>(out)->Release();
+  EXPECT_EQ(store.interfaceReferences(), 0);
+  const HostInterfaceId unknown{{1, 2, 3, 4}};
+  EXPECT_EQ(store.callback()->QueryInterface(&unknown, &out), kHostErrNoInterface);
+  EXPECT_EQ(out, nullptr);
+}
+
+TEST(ValueStoreDeathTest, ReleasingAValueTwiceIsCaught) {
+  ValueStore store;
+  LingoValue value = store.makeInteger(1);
+  LingoValue copy = value;
+  store.release(value);
+  EXPECT_DEATH(store.release(copy), "not alive");
+}
+
+}  // namespace
+}  // namespace director
