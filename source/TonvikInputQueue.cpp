@@ -1,0 +1,304 @@
+// The input queue: sizing, the receive path that packs records into the ring on the MIDI receive
+// thread, and the script's small queue operations.
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <limits>
+
+#include "TonvikBase.h"
+
+namespace {
+
+constexpr std::uint32_t kMinimumQueueSize = 1024;
+constexpr std::uint32_t kTimestampBytes = 4;
+// Every short message needs room for its longest record, whatever its own length.
+constexpr std::uint32_t kShortRecordRoom = 7;
+constexpr std::uint32_t kBitsPerMarkByte = 8;
+constexpr std::uint32_t kEmptySysexLength = 2;  // F0 F7
+
+constexpr std::uint8_t kStatusMask = 0xF0;
+constexpr std::uint8_t kChannelMask = 0x0F;
+constexpr std::uint8_t kNoteOn = 0x90;
+constexpr std::uint8_t kNoteOnToNoteOff = 0xEF;
+constexpr std::uint8_t kControlChange = 0xB0;
+constexpr std::uint8_t kSysexStart = 0xF0;
+constexpr std::uint8_t kSysexEnd = 0xF7;
+constexpr std::uint8_t kFirstChannelModeController = 122;
+constexpr std::uint8_t kLocalControl = 122;
+constexpr std::uint8_t kLocalControlOffValue = 0;
+constexpr std::uint8_t kLocalControlOnValue = 127;
+constexpr int kLocalControlOffBit = 0;
+constexpr int kLocalControlOnBit = 1;
+constexpr std::uint8_t kSystemFilterBit = 0x80;
+
+// Bytes that a record holds before its timestamp; 0 for a status byte that is never stored.
+std::uint32_t StoredLength(std::uint8_t status) {
+  if (status < 0x80) return 0;
+  switch (status & kStatusMask) {
+    case 0xC0:
+    case 0xD0:
+      return 2;
+    case 0xF0:
+      break;
+    default:
+      return 3;
+  }
+  switch (status) {
+    case 0xF1:
+    case 0xF3:
+      return 2;
+    case 0xF2:
+      return 3;
+    case 0xF6:
+    case 0xF8:
+    case 0xFA:
+    case 0xFB:
+    case 0xFC:
+    case 0xFE:
+    case 0xFF:
+      return 1;
+    default:
+      return 0;
+  }
+}
+
+std::uint8_t StatusFilterBit(std::uint8_t status) {
+  return static_cast<std::uint8_t>(1u << ((status >> 4) & 7));
+}
+
+}  // namespace
+
+std::int32_t TonvikBase::AllocateInputQueue(std::uint32_t bufSize) {
+  const std::uint32_t size = std::max(bufSize, kMinimumQueueSize);
+  if (inputQueue_ == nullptr || inputQueueSize_ != size) {
+    if (inputQueue_ != nullptr) allocator_->FreeBlock(inputQueue_);
+    inputQueue_ = nullptr;
+    sysexEndMarks_ = nullptr;
+    // The end marks share the ring's block; a ring too large to carry them cannot be had.
+    const std::uint64_t markBytes = (std::uint64_t{size} + kBitsPerMarkByte - 1) / kBitsPerMarkByte;
+    const std::uint64_t blockSize = size + markBytes;
+    if (blockSize <= std::numeric_limits<std::uint32_t>::max()) {
+      auto* block = static_cast<std::uint8_t*>(
+          allocator_->AllocateBlock(static_cast<std::uint32_t>(blockSize)));
+      if (block != nullptr) {
+        inputQueue_ = block;
+        sysexEndMarks_ = block + size;
+        std::memset(sysexEndMarks_, 0, static_cast<std::size_t>(markBytes));
+      }
+    }
+    inputQueueSize_ = size;
+  }
+  // Input is closed here, so no producer runs; opening the port orders these stores before it.
+  inputReadIndex_.store(0, std::memory_order_relaxed);
+  inputWriteIndex_.store(0, std::memory_order_relaxed);
+  inputOverflowed_.store(0, std::memory_order_relaxed);
+  sysexInProgress_ = false;
+  heldMessageCount_ = 0;
+  return inputQueue_ == nullptr ? kErrNotEnoughMemory : kErrNone;
+}
+
+bool TonvikBase::MessagesPending() const {
+  return inputReadIndex_.load(std::memory_order_relaxed) !=
+         inputWriteIndex_.load(std::memory_order_acquire);
+}
+
+bool TonvikBase::InputOverflowed() {
+  return inputOverflowed_.exchange(0, std::memory_order_relaxed) != 0;
+}
+
+void TonvikBase::FlushInput() {
+  inputReadIndex_.store(inputWriteIndex_.load(std::memory_order_acquire),
+                        std::memory_order_release);
+  inputOverflowed_.store(0, std::memory_order_relaxed);
+}
+
+std::uint32_t TonvikBase::FreeSpace(std::uint32_t from) const {
+  const std::uint32_t read = inputReadIndex_.load(std::memory_order_acquire);
+  const std::uint64_t distance =
+      read > from ? std::uint64_t{read} - from : std::uint64_t{inputQueueSize_} - from + read;
+  return static_cast<std::uint32_t>(distance - 1);
+}
+
+std::uint32_t TonvikBase::Advance(std::uint32_t position, std::uint32_t count) const {
+  return static_cast<std::uint32_t>((std::uint64_t{position} + count) % inputQueueSize_);
+}
+
+std::uint32_t TonvikBase::WriteBytes(std::uint32_t position, const std::uint8_t* bytes,
+                                     std::uint32_t count) {
+  const std::uint32_t untilEnd = inputQueueSize_ - position;
+  const std::uint32_t first = std::min(count, untilEnd);
+  std::memcpy(inputQueue_ + position, bytes, first);
+  std::memcpy(inputQueue_, bytes + first, count - first);
+  return Advance(position, count);
+}
+
+std::uint32_t TonvikBase::WriteTimestamp(std::uint32_t position, std::uint32_t timestamp) {
+  const std::uint8_t bytes[kTimestampBytes] = {
+      static_cast<std::uint8_t>(timestamp >> 24), static_cast<std::uint8_t>(timestamp >> 16),
+      static_cast<std::uint8_t>(timestamp >> 8), static_cast<std::uint8_t>(timestamp)};
+  return WriteBytes(position, bytes, kTimestampBytes);
+}
+
+void TonvikBase::MarkOverflow() {
+  inputOverflowed_.store(1, std::memory_order_relaxed);
+}
+
+bool TonvikBase::PublishShortRecord(const std::uint8_t* bytes, std::uint32_t length,
+                                    std::uint32_t timestamp) {
+  const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
+  if (FreeSpace(start) < kShortRecordRoom) return false;
+  const std::uint32_t end = WriteTimestamp(WriteBytes(start, bytes, length), timestamp);
+  inputWriteIndex_.store(end, std::memory_order_release);
+  return true;
+}
+
+void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
+                                     std::uint32_t timestamp) {
+  if (inputQueue_ == nullptr) return;
+  if (FreeSpace(inputWriteIndex_.load(std::memory_order_relaxed)) < kShortRecordRoom) {
+    MarkOverflow();
+    return;
+  }
+
+  const int channel = status & kChannelMask;
+  std::uint32_t length = 3;
+  if ((status & kStatusMask) == kControlChange && data1 >= kFirstChannelModeController) {
+    int bit;
+    if (data1 == kLocalControl) {
+      if (data2 == kLocalControlOffValue) {
+        bit = kLocalControlOffBit;
+      } else if (data2 == kLocalControlOnValue) {
+        bit = kLocalControlOnBit;
+      } else {
+        return;
+      }
+    } else {
+      bit = data1 - kFirstChannelModeController + 1;
+    }
+    if ((modeFilter_[channel].load(std::memory_order_relaxed) & (1u << bit)) == 0) return;
+  } else {
+    if ((status & kStatusMask) == kNoteOn && data2 == 0) status &= kNoteOnToNoteOff;
+    if ((statusFilter_[status & kChannelMask].load(std::memory_order_relaxed) &
+         StatusFilterBit(status)) == 0) {
+      return;
+    }
+    length = StoredLength(status);
+    if (length == 0) return;
+  }
+
+  const std::uint8_t bytes[3] = {status, data1, data2};
+  if (sysexInProgress_) {
+    // The unpublished system-exclusive bytes lie at the write position: wait behind them.
+    if (heldMessageCount_ == kHeldMessageCapacity) {
+      MarkOverflow();
+      return;
+    }
+    HeldMessage& held = heldMessages_[heldMessageCount_++];
+    std::memcpy(held.bytes, bytes, sizeof(bytes));
+    held.length = static_cast<std::uint8_t>(length);
+    held.timestamp = timestamp;
+    return;
+  }
+  PublishShortRecord(bytes, length, timestamp);
+}
+
+void TonvikBase::EndSysexAssembly() {
+  sysexInProgress_ = false;
+  for (std::uint32_t i = 0; i < heldMessageCount_; ++i) {
+    const HeldMessage& held = heldMessages_[i];
+    if (!PublishShortRecord(held.bytes, held.length, held.timestamp)) MarkOverflow();
+  }
+  heldMessageCount_ = 0;
+}
+
+void TonvikBase::ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t length,
+                                   std::uint32_t timestamp) {
+  if (inputQueue_ == nullptr || length == 0) return;
+  if (sysexInProgress_) EndSysexAssembly();  // abandons the unfinished message, silently
+
+  sysexWriteIndex_ = inputWriteIndex_.load(std::memory_order_relaxed);
+  sysexTimestamp_ = timestamp;
+  if (FreeSpace(sysexWriteIndex_) < std::uint64_t{length} + kTimestampBytes) {
+    MarkOverflow();
+    return;
+  }
+  if ((statusFilter_[kSysexStart & kChannelMask].load(std::memory_order_relaxed) &
+       kSystemFilterBit) == 0) {
+    return;
+  }
+
+  sysexWriteIndex_ = WriteBytes(sysexWriteIndex_, bytes, length);
+  if (bytes[length - 1] == kSysexEnd) {
+    CompleteSysex();
+  } else {
+    sysexInProgress_ = true;
+  }
+}
+
+void TonvikBase::ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length) {
+  if (!sysexInProgress_ || length == 0) return;
+  if (FreeSpace(sysexWriteIndex_) < std::uint64_t{length} + kTimestampBytes) {
+    MarkOverflow();
+    EndSysexAssembly();
+    return;
+  }
+  sysexWriteIndex_ = WriteBytes(sysexWriteIndex_, bytes, length);
+  if (bytes[length - 1] == kSysexEnd) CompleteSysex();
+}
+
+void TonvikBase::CompleteSysex() {
+  const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
+  const std::uint32_t finalEnd = Advance(sysexWriteIndex_, inputQueueSize_ - 1);
+  // F0 F7 carries nothing for the script.
+  if (Advance(start, kEmptySysexLength) != sysexWriteIndex_) {
+    ClearSysexEndMarks(start, finalEnd);
+    SetSysexEndMark(finalEnd);
+    const std::uint32_t end = WriteTimestamp(sysexWriteIndex_, sysexTimestamp_);
+    inputWriteIndex_.store(end, std::memory_order_release);
+  }
+  EndSysexAssembly();
+}
+
+void TonvikBase::SetSysexEndMark(std::uint32_t position) {
+  std::atomic_ref<std::uint8_t>(sysexEndMarks_[position / kBitsPerMarkByte])
+      .fetch_or(static_cast<std::uint8_t>(1u << (position % kBitsPerMarkByte)),
+                std::memory_order_relaxed);
+}
+
+bool TonvikBase::IsSysexEndMark(std::uint32_t position) const {
+  const std::uint8_t marks =
+      std::atomic_ref<std::uint8_t>(sysexEndMarks_[position / kBitsPerMarkByte])
+          .load(std::memory_order_relaxed);
+  return (marks & (1u << (position % kBitsPerMarkByte))) != 0;
+}
+
+// Clears the marks of [from, to) so that stale marks of earlier records cannot cut a new record
+// short. The mark bytes at either edge also hold marks of ring bytes that the reader owns, hence
+// atomic operations on them.
+void TonvikBase::ClearSysexEndMarks(std::uint32_t from, std::uint32_t to) {
+  auto clearLinear = [this](std::uint32_t begin, std::uint32_t end) {
+    while (begin < end && begin % kBitsPerMarkByte != 0) {
+      std::atomic_ref<std::uint8_t>(sysexEndMarks_[begin / kBitsPerMarkByte])
+          .fetch_and(static_cast<std::uint8_t>(~(1u << (begin % kBitsPerMarkByte))),
+                     std::memory_order_relaxed);
+      ++begin;
+    }
+    while (end - begin >= kBitsPerMarkByte) {
+      std::atomic_ref<std::uint8_t>(sysexEndMarks_[begin / kBitsPerMarkByte])
+          .store(0, std::memory_order_relaxed);
+      begin += kBitsPerMarkByte;
+    }
+    while (begin < end) {
+      std::atomic_ref<std::uint8_t>(sysexEndMarks_[begin / kBitsPerMarkByte])
+          .fetch_and(static_cast<std::uint8_t>(~(1u << (begin % kBitsPerMarkByte))),
+                     std::memory_order_relaxed);
+      ++begin;
+    }
+  };
+  if (from <= to) {
+    clearLinear(from, to);
+  } else {
+    clearLinear(from, inputQueueSize_);
+    clearLinear(0, to);
+  }
+}
