@@ -20,24 +20,22 @@ typedef MIDIObjectRef MIDIEndpointRef;
 // Host time (see HostTime.h); 0 means "now".
 typedef UInt64 MIDITimeStamp;
 
-enum : OSStatus {
-  kMIDIInvalidClient = -10830,
-  kMIDIInvalidPort = -10831,
-  kMIDIWrongEndpointType = -10832,
-  kMIDINoConnection = -10833,
-  kMIDIUnknownEndpoint = -10834,
-  kMIDIUnknownProperty = -10835,
-  kMIDIWrongPropertyType = -10836,
-  kMIDINoCurrentSetup = -10837,
-  kMIDIMessageSendErr = -10838,
-  kMIDIServerStartErr = -10839,
-  kMIDISetupFormatErr = -10840,
-  kMIDIWrongThread = -10841,
-  kMIDIObjectNotFound = -10842,
-  kMIDIIDNotUnique = -10843,
-  kMIDINotPermitted = -10844,
-  kMIDIUnknownError = -10845,
-};
+inline constexpr OSStatus kMIDIInvalidClient = -10830;
+inline constexpr OSStatus kMIDIInvalidPort = -10831;
+inline constexpr OSStatus kMIDIWrongEndpointType = -10832;
+inline constexpr OSStatus kMIDINoConnection = -10833;
+inline constexpr OSStatus kMIDIUnknownEndpoint = -10834;
+inline constexpr OSStatus kMIDIUnknownProperty = -10835;
+inline constexpr OSStatus kMIDIWrongPropertyType = -10836;
+inline constexpr OSStatus kMIDINoCurrentSetup = -10837;
+inline constexpr OSStatus kMIDIMessageSendErr = -10838;
+inline constexpr OSStatus kMIDIServerStartErr = -10839;
+inline constexpr OSStatus kMIDISetupFormatErr = -10840;
+inline constexpr OSStatus kMIDIWrongThread = -10841;
+inline constexpr OSStatus kMIDIObjectNotFound = -10842;
+inline constexpr OSStatus kMIDIIDNotUnique = -10843;
+inline constexpr OSStatus kMIDINotPermitted = -10844;
+inline constexpr OSStatus kMIDIUnknownError = -10845;
 
 typedef SInt32 MIDIObjectType;
 enum : MIDIObjectType {

@@ -13,4 +13,5 @@ typedef std::uint64_t UInt64;
 typedef unsigned long ItemCount;
 typedef SInt32 OSStatus;
 
-enum : OSStatus { noErr = 0, paramErr = -50 };
+inline constexpr OSStatus noErr = 0;
+inline constexpr OSStatus paramErr = -50;

@@ -1,0 +1,60 @@
+#include "VirtualBackend.h"
+
+#include <atomic>
+
+#include "HostClock.h"
+#include "MidiSystem.h"
+#include "PacketLists.h"
+#include "SetupBuilder.h"
+
+namespace virtualmidi {
+namespace {
+
+// Set once while the system is made, before any other thread can ask for it.
+std::atomic<VirtualBackend*> current_{nullptr};
+
+}  // namespace
+
+VirtualBackend* VirtualBackend::current() {
+  coremidi::MidiSystem::instance();
+  return current_.load(std::memory_order_acquire);
+}
+
+void VirtualBackend::start(coremidi::MidiSystem& system) {
+  system_ = &system;
+  current_.store(this, std::memory_order_release);
+  // Through the system given, not the driver API: the system is still being made.
+  const Setup setup = defaultSetup();
+  system.changeGraph([&](coremidi::ObjectGraph& graph, Notes& notes) {
+    for (const DeviceSpec& device : setup.devices) addDeviceTo(graph, device, notes);
+  });
+}
+
+void VirtualBackend::deliver(MIDIEndpointRef destination, const MIDIPacketList* packets) {
+  const MIDITimeStamp now = coremidi::hostTimeNow();
+  std::vector<Byte> loopback;
+  coremidi::beginPacketList(loopback);
+  {
+    std::lock_guard lock(captureMutex_);
+    std::vector<CapturedPacket>& captured = captured_[destination];
+    coremidi::forEachPacket(packets, [&](const MIDIPacket& packet) {
+      const Byte* data = reinterpret_cast<const Byte*>(&packet) + kMIDIPacketHeaderSize;
+      captured.push_back({now, Packet(data, data + packet.length)});
+      coremidi::appendPacket(loopback, now, data, packet.length);
+    });
+  }
+  const MIDIEndpointRef source = system_->readGraph(
+      [&](const coremidi::ObjectGraph& graph) { return graph.loopbackSourceOf(destination); });
+  if (source != 0) system_->receive(source, loopback);
+}
+
+std::vector<CapturedPacket> VirtualBackend::takeCaptured(MIDIEndpointRef destination) {
+  std::lock_guard lock(captureMutex_);
+  auto found = captured_.find(destination);
+  if (found == captured_.end()) return {};
+  std::vector<CapturedPacket> taken = std::move(found->second);
+  captured_.erase(found);
+  return taken;
+}
+
+}  // namespace virtualmidi

@@ -1,0 +1,33 @@
+// The in-process backend: devices described by the driver API, loopback from destinations to
+// sources, and capture of everything that reaches a destination.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "Backend.h"
+#include "VirtualMidi.h"
+
+namespace virtualmidi {
+
+class VirtualBackend : public coremidi::Backend {
+ public:
+  static constexpr const char* kName = "virtual";
+
+  // The backend feeding the system, if it is this one; null otherwise.
+  static VirtualBackend* current();
+
+  const char* name() const override { return kName; }
+  void start(coremidi::MidiSystem& system) override;
+  void deliver(MIDIEndpointRef destination, const MIDIPacketList* packets) override;
+
+  std::vector<CapturedPacket> takeCaptured(MIDIEndpointRef destination);
+
+ private:
+  coremidi::MidiSystem* system_ = nullptr;
+  std::mutex captureMutex_;
+  std::map<MIDIEndpointRef, std::vector<CapturedPacket>> captured_;
+};
+
+}  // namespace virtualmidi

@@ -1,0 +1,67 @@
+// Object properties: names (strings) and the advance scheduling time (integer).
+#include <string_view>
+
+#include "CallCounter.h"
+#include "MidiServices.h"
+#include "MidiSystem.h"
+#include "Strings.h"
+
+using coremidi::ApiFunction;
+using coremidi::countCall;
+using coremidi::GraphObject;
+using coremidi::MidiSystem;
+using coremidi::ObjectGraph;
+
+namespace {
+
+constexpr std::string_view kNameProperty = "name";
+constexpr std::string_view kAdvanceScheduleProperty = "advanceScheduleTimeMuSec";
+
+bool isProperty(CFStringRef property, std::string_view name) {
+  return property && coremidi::stringText(property) == name;
+}
+
+}  // namespace
+
+extern "C" {
+
+const CFStringRef kMIDIPropertyName = coremidi::makePermanentString(kNameProperty);
+const CFStringRef kMIDIPropertyAdvanceScheduleTimeMuSec =
+    coremidi::makePermanentString(kAdvanceScheduleProperty);
+
+OSStatus MIDIObjectGetStringProperty(MIDIObjectRef object, CFStringRef propertyID,
+                                     CFStringRef* outString) {
+  countCall(ApiFunction::MIDIObjectGetStringProperty);
+  if (!outString) return paramErr;
+  *outString = nullptr;
+  coremidi::ObjectName name;
+  const OSStatus status =
+      MidiSystem::instance().readGraph([&](const ObjectGraph& graph) -> OSStatus {
+        const GraphObject* found = graph.find(object);
+        if (!found) return kMIDIObjectNotFound;
+        if (!isProperty(propertyID, kNameProperty) || !found->name) return kMIDIUnknownProperty;
+        name = found->name;
+        return noErr;
+      });
+  if (status == noErr) *outString = coremidi::makeString(*name);
+  return status;
+}
+
+OSStatus MIDIObjectGetIntegerProperty(MIDIObjectRef object, CFStringRef propertyID,
+                                      SInt32* outValue) {
+  countCall(ApiFunction::MIDIObjectGetIntegerProperty);
+  if (!outValue) return paramErr;
+  return MidiSystem::instance().readGraph([&](const ObjectGraph& graph) -> OSStatus {
+    const GraphObject* found = graph.find(object);
+    if (!found) return kMIDIObjectNotFound;
+    const bool isEndpoint =
+        found->type == kMIDIObjectType_Source || found->type == kMIDIObjectType_Destination;
+    if (!isEndpoint || !isProperty(propertyID, kAdvanceScheduleProperty)) {
+      return kMIDIUnknownProperty;
+    }
+    *outValue = found->advanceScheduleTimeMuSec;
+    return noErr;
+  });
+}
+
+}  // extern "C"

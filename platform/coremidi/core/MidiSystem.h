@@ -1,0 +1,92 @@
+// The process's one MIDI system: the object graph, the clients with their ports, the threads that
+// deliver, and the backend that feeds it. Every C API function forwards here.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Backend.h"
+#include "Failures.h"
+#include "InFlight.h"
+#include "MidiServices.h"
+#include "Notifications.h"
+#include "ObjectGraph.h"
+#include "Receiver.h"
+#include "Scheduler.h"
+#include "SysexSender.h"
+
+namespace coremidi {
+
+class MidiSystem {
+ public:
+  // Made on first use, with the backend chosen by then; never destroyed, so that no thread of
+  // it outlives its state while the process exits.
+  static MidiSystem& instance();
+  // Records the backend to make; false once the system exists or for an unknown name.
+  static bool requestBackend(std::string_view name);
+
+  OSStatus createClient(MIDINotifyProc notifyProc, void* refCon, MIDIClientRef* outClient);
+  OSStatus disposeClient(MIDIClientRef client);
+  OSStatus createInputPort(MIDIClientRef client, MIDIReadProc readProc, void* refCon,
+                           MIDIPortRef* outPort);
+  OSStatus createOutputPort(MIDIClientRef client, MIDIPortRef* outPort);
+  OSStatus disposePort(MIDIPortRef port);
+  OSStatus connectSource(MIDIPortRef port, MIDIEndpointRef source, void* connectionRefCon);
+  OSStatus disconnectSource(MIDIPortRef port, MIDIEndpointRef source);
+  OSStatus send(MIDIPortRef port, MIDIEndpointRef destination, const MIDIPacketList* packets);
+  OSStatus sendSysex(MIDISysexSendRequest* request);
+
+  // Runs `read` on the graph under the system's lock.
+  template <typename Read>
+  auto readGraph(Read read) {
+    std::lock_guard lock(mutex_);
+    return read(static_cast<const ObjectGraph&>(graph_));
+  }
+  // Runs `change` on the graph under the lock; `change` lists what it did, and once the lock is
+  // given back each client is told, followed by one kMIDIMsgSetupChanged if anything changed.
+  void changeGraph(
+      const std::function<void(ObjectGraph&, std::vector<QueuedNotification>&)>& change);
+
+  // Hands a packet list that arrived at a source to the read procedures connected to it.
+  std::uint64_t receive(MIDIEndpointRef source, const std::vector<Byte>& packetList);
+  // A packet list whose time has come reaches the destination, if it still exists.
+  void arrive(MIDIEndpointRef destination, const MIDIPacketList* packets);
+
+  Receiver& receiver() { return receiver_; }
+  InFlight& inFlight() { return inFlight_; }
+  Failures& failures() { return failures_; }
+  NotificationCenter& notifications() { return notifications_; }
+  SysexSender& sysex() { return sysex_; }
+  Backend& backend() { return *backend_; }
+
+ private:
+  struct Port {
+    MIDIClientRef client;
+    bool isInput;
+    MIDIReadProc readProc;
+    void* refCon;
+  };
+
+  explicit MidiSystem(std::unique_ptr<Backend> backend);
+  OSStatus createPort(MIDIClientRef client, bool isInput, MIDIReadProc readProc, void* refCon,
+                      MIDIPortRef* outPort);
+
+  std::mutex mutex_;  // the graph, clients and ports
+  ObjectGraph graph_;
+  std::map<MIDIClientRef, std::vector<MIDIPortRef>> clients_;
+  std::map<MIDIPortRef, Port> ports_;
+
+  InFlight inFlight_;
+  Failures failures_;
+  NotificationCenter notifications_;
+  Receiver receiver_;
+  Scheduler scheduler_;
+  SysexSender sysex_;
+  std::unique_ptr<Backend> backend_;
+};
+
+}  // namespace coremidi

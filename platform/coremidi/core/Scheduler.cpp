@@ -1,0 +1,57 @@
+#include "Scheduler.h"
+
+#include <chrono>
+
+#include "HostClock.h"
+#include "PacketLists.h"
+
+namespace coremidi {
+
+Scheduler::Scheduler(InFlight& inFlight, Sink sink) : inFlight_(inFlight), sink_(std::move(sink)) {
+  thread_ = std::thread([this] { run(); });
+}
+
+Scheduler::~Scheduler() {
+  {
+    std::lock_guard lock(mutex_);
+    stop_ = true;
+  }
+  changed_.notify_all();
+  thread_.join();
+}
+
+void Scheduler::schedule(MIDIEndpointRef destination, MIDITimeStamp due, const Byte* data,
+                         UInt16 length) {
+  Pending pending{destination, {}};
+  beginPacketList(pending.list);
+  appendPacket(pending.list, due, data, length);
+  inFlight_.add();
+  std::lock_guard lock(mutex_);
+  pending_.emplace(due, std::move(pending));
+  changed_.notify_all();
+}
+
+void Scheduler::run() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    if (stop_) return;
+    if (pending_.empty()) {
+      changed_.wait(lock);
+      continue;
+    }
+    const MIDITimeStamp due = pending_.begin()->first;
+    const MIDITimeStamp now = hostTimeNow();
+    if (due > now) {
+      changed_.wait_for(lock, std::chrono::nanoseconds(hostTimeToNanos(due - now)));
+      continue;
+    }
+    Pending pending = std::move(pending_.begin()->second);
+    pending_.erase(pending_.begin());
+    lock.unlock();
+    sink_(pending.destination, pending.list);
+    inFlight_.done();
+    lock.lock();
+  }
+}
+
+}  // namespace coremidi
