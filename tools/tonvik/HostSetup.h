@@ -1,0 +1,13 @@
+// The one place where the tool connects the interpreter to the host: the Xtras (through an
+// XtraBridge), the host functions that drive the MIDI system, and the run loop behind `wait`.
+#pragma once
+
+#include "Interpreter.h"
+#include "Options.h"
+
+namespace tonvik {
+
+// Throws std::runtime_error when the host cannot be set up (the message is shown to the user).
+void installHost(Interpreter& interpreter, const Options& options);
+
+}  // namespace tonvik
