@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <new>
+
+#include "CMIDIXtraScript.h"
+#include "GlueHost.h"
+#include "InterfaceRecordMemory.h"
+#include "MoaRegistry.h"
+#include "XtraClassTable.h"
+
+namespace gluetest {
+namespace {
+
+std::uint32_t word(const std::uint8_t* bytes, std::size_t offset) {
+  std::uint32_t value = 0;
+  std::memcpy(&value, bytes + offset, sizeof value);
+  return value;
+}
+
+TEST(ClassFactory, ClassInfoListsBothClassesAndTheirInterfacesThenATerminator) {
+  GlueHost host;
+  XtraClassInfo* info = nullptr;
+  ASSERT_EQ(DllGetClassInfo(host.store.allocator(), &info), kHostOk);
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(info);
+  struct Expected {
+    const HostInterfaceId* classId;
+    const HostInterfaceId* interfaceId;
+    std::uint32_t last;
+  };
+  const Expected expected[] = {
+      {&kRegistrationClassId, &kIID_ClassFactory, 1},
+      {&kRegistrationClassId, &kIID_IMoaRegister, 0x01000042u},
+      {&kScriptingClassId, &kIID_ClassFactory, 1},
+      {&kScriptingClassId, &kIID_IMoaMmXScript, 0x01000042u},
+  };
+  constexpr std::size_t kRecordSize = 40;
+  for (std::size_t i = 0; i < std::size(expected); ++i) {
+    const std::uint8_t* record = bytes + i * kRecordSize;
+    EXPECT_EQ(std::memcmp(record, expected[i].classId, 16), 0) << i;
+    EXPECT_EQ(word(record, 16), 0x01000042u) << i;
+    EXPECT_EQ(std::memcmp(record + 20, expected[i].interfaceId, 16), 0) << i;
+    EXPECT_EQ(word(record, 36), expected[i].last) << i;
+  }
+  const std::uint8_t* terminator = bytes + 4 * kRecordSize;
+  EXPECT_EQ(std::memcmp(terminator, &kNullInterfaceId, 16), 0);
+  EXPECT_EQ(std::memcmp(terminator + 20, &kNullInterfaceId, 16), 0);
+  host.store.allocator()->FreeBlock(info);
+
+  host.store.failAllocations(1);
+  info = reinterpret_cast<XtraClassInfo*>(&host);
+  EXPECT_EQ(DllGetClassInfo(host.store.allocator(), &info), kHostErrOutOfMemory);
+  EXPECT_EQ(info, nullptr);
+}
+
+TEST(ClassFactory, ClassFormAnswersKnownClassesOnly) {
+  std::uint32_t size = 7;
+  XtraObjectCreate create = nullptr;
+  XtraObjectDestroy destroy = nullptr;
+  EXPECT_EQ(DllGetClassForm(&kRegistrationClassId, &size, &create, &destroy), kHostOk);
+  EXPECT_EQ(size, 24u);
+  EXPECT_NE(create, nullptr);
+  EXPECT_EQ(DllGetClassForm(&kScriptingClassId, &size, &create, &destroy), kHostOk);
+  EXPECT_EQ(size, sizeof(CMIDIXtraScript));
+  EXPECT_EQ(create, &CMIDIXtraScript_Create);
+  EXPECT_EQ(destroy, &CMIDIXtraScript_Destroy);
+
+  const HostInterfaceId unknown{{1, 2, 3, 4}};
+  size = 7;
+  create = nullptr;
+  destroy = nullptr;
+  EXPECT_EQ(DllGetClassForm(&unknown, &size, &create, &destroy), kHostErrNoClass);
+  EXPECT_EQ(size, 7u);
+  EXPECT_EQ(create, nullptr);
+  EXPECT_EQ(destroy, nullptr);
+  EXPECT_EQ(DllGetClassObject(&kScriptingClassId, &kIID_ClassFactory, nullptr), kHostErrNoClass);
+}
+
+TEST(ClassFactory, RecordsKeepTheObjectAndBlockUnloadingUntilReleased) {
+  GlueHost host;
+  HostStatus status = kHostOk;
+  director::HostObject* object = host.createObject(kScriptingClassId, &status);
+  ASSERT_EQ(status, kHostOk);
+  void* out = &host;
+  EXPECT_EQ(DllGetInterface(object->header(), &kScriptingClassId, &kIID_IMoaRegister, &out),
+            kHostErrNoInterface);
+  EXPECT_EQ(DllCanUnloadNow(), kHostOk);
+
+  auto* script = host.record<IMoaMmXScript>(object, kIID_IMoaMmXScript);
+  ASSERT_NE(script, nullptr);
+  EXPECT_EQ(object->references(), 3);  // the host's, the record's own, the record's count
+  EXPECT_EQ(DllCanUnloadNow(), kHostErrCannotUnload);
+  EXPECT_EQ(script->AddRef(), 2u);
+  EXPECT_EQ(object->references(), 4);
+  EXPECT_EQ(script->Release(), 1u);
+  EXPECT_EQ(DllCanUnloadNow(), kHostErrCannotUnload);
+  EXPECT_EQ(script->Release(), 0u);
+  EXPECT_EQ(object->references(), 1);
+  EXPECT_EQ(DllCanUnloadNow(), kHostOk);
+  object->Release();
+}
+
+int newHandlerCalls = 0;
+
+TEST(ClassFactory, RecordCreationRetriesThroughTheNewHandlerAndFailsWithoutOne) {
+  GlueHost host;
+  HostStatus status = kHostOk;
+  director::HostObject* object = host.createObject(kRegistrationClassId, &status);
+  ASSERT_EQ(status, kHostOk);
+
+  host.store.failAllocations(1);
+  const std::new_handler previous = std::set_new_handler(nullptr);
+  void* out = &host;
+  EXPECT_EQ(object->QueryInterface(&kIID_IMoaRegister, &out), kHostErrOutOfMemory);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(object->references(), 1);
+  EXPECT_EQ(liveInterfaceRecordCount_, 0);
+
+  // The handler frees nothing here; the allocator succeeds once its failures are used up.
+  newHandlerCalls = 0;
+  host.store.failAllocations(3);
+  std::set_new_handler([] { ++newHandlerCalls; });
+  EXPECT_EQ(object->QueryInterface(&kIID_IMoaRegister, &out), kHostOk);
+  std::set_new_handler(previous);
+  EXPECT_EQ(newHandlerCalls, 3);
+  ASSERT_NE(out, nullptr);
+  static_cast<IMoaRegister*>(out)->Release();
+  object->Release();
+}
+
+}  // namespace
+}  // namespace gluetest

@@ -1,0 +1,197 @@
+#include <gtest/gtest.h>
+
+#include "CMIDIXtraScript.h"
+#include "GlueHost.h"
+#include "XtraClassTable.h"
+#include "XtraMethodTable.h"
+
+namespace gluetest {
+namespace {
+
+// A callback that refuses one interface and passes every other query to the store's.
+class RefusingCallback final : public HostCallback {
+ public:
+  RefusingCallback(HostCallback* inner, HostInterfaceId refused)
+      : inner_(inner), refused_(refused) {}
+  HostStatus QueryInterface(const HostInterfaceId* iid, void** out) override {
+    *out = nullptr;
+    return *iid == refused_ ? kHostErrInjected : inner_->QueryInterface(iid, out);
+  }
+  std::uint32_t AddRef() override { return 1; }
+  std::uint32_t Release() override { return 1; }
+
+ private:
+  HostCallback* inner_;
+  HostInterfaceId refused_;
+};
+
+class Dispatch : public testing::Test {
+ protected:
+  void SetUp() override {
+    HostStatus status = kHostOk;
+    object_ = host_.createObject(kScriptingClassId, &status);
+    ASSERT_EQ(status, kHostOk);
+    script_ = host_.record<IMoaMmXScript>(object_, kIID_IMoaMmXScript);
+    symbolValues_ = host_.store.liveValues();
+  }
+  void TearDown() override {
+    script_->Release();
+    object_->Release();
+  }
+
+  // Calls like the host does; answers the status and the printed result (released again).
+  std::pair<HostStatus, std::string> call(std::int32_t selector,
+                                          std::vector<LingoValue> arguments = {}) {
+    arguments.insert(arguments.begin(), LingoValue{});
+    arguments.resize(3);
+    MoaMmCallInfo info{};
+    info.methodSelector = selector;
+    info.resultValue = sentinel_;
+    info.argumentCount = static_cast<std::int32_t>(arguments.size());
+    info.arguments = arguments.data();
+    const HostStatus status = script_->Call(&info);
+    std::string printed = "untouched";
+    if (info.resultValue.opaque != sentinel_.opaque) {
+      printed = host_.store.print(info.resultValue);
+      host_.store.release(info.resultValue);
+    }
+    EXPECT_EQ(host_.store.liveValues(), symbolValues_ + held_) << "selector " << selector;
+    return {status, printed};
+  }
+
+  LingoValue hold(LingoValue value) {
+    ++held_;
+    return value;
+  }
+
+  GlueHost host_;
+  director::HostObject* object_ = nullptr;
+  IMoaMmXScript* script_ = nullptr;
+  std::size_t symbolValues_ = 0;
+  std::size_t held_ = 0;
+  const LingoValue sentinel_{0x5e5e5e5e5e5e5e5eull};
+};
+
+TEST_F(Dispatch, SelectorsOutsideTheTableDoNothing) {
+  for (std::int32_t selector : {0, -1, 18, 1000}) {
+    EXPECT_EQ(call(selector), std::make_pair(kHostOk, std::string("untouched"))) << selector;
+  }
+  EXPECT_TRUE(instanceLog().calls.empty());
+}
+
+TEST_F(Dispatch, EachMethodReachesTheInstanceAndWritesItsResult) {
+  const std::pair<std::int32_t, std::string> expected[] = {
+      {kMethodInit, "[#code: 0, #text: \"No error\"]"},
+      {kMethodGetTime, "1234"},
+      {kMethodResetTimer, "untouched"},
+      {kMethodGetInputPorts, "[\"Port A\"]"},
+      {kMethodCloseInput, "[#code: 13, #text: \"Input not open\"]"},
+      {kMethodMessagesPending, "0"},
+      {kMethodGetNextMessage, "[:]"},
+      {kMethodGetPendingMessages, "[]"},
+      {kMethodInputOverflowed, "0"},
+      {kMethodFlushInput, "untouched"},
+      {kMethodGetOutputPorts, "[\"Port A\"]"},
+      {kMethodCloseOutput, "[#code: 14, #text: \"Output not open\"]"},
+  };
+  for (const auto& [selector, printed] : expected) {
+    EXPECT_EQ(call(selector), std::make_pair(kHostOk, printed)) << selector;
+  }
+  EXPECT_EQ(instanceLog().calls,
+            (std::vector<std::string>{"Init", "GetTime", "ResetTimer", "GetInputPorts",
+                                      "CloseInput", "GetOutputPorts", "CloseOutput"}));
+}
+
+TEST_F(Dispatch, PortNumbersCountFromOneInLingoAndFromZeroInTheInstance) {
+  LingoValue zero = hold(host_.store.makeInteger(0));
+  LingoValue one = hold(host_.store.makeInteger(1));
+  LingoValue hundred = hold(host_.store.makeInteger(100));
+  EXPECT_EQ(call(kMethodOpenInput, {zero, hundred}),
+            std::make_pair(kHostOk, std::string("[#code: 15, #text: \"Invalid port number\"]")));
+  EXPECT_EQ(instanceLog().port, -1);
+  EXPECT_EQ(instanceLog().bufSize, 100);
+  EXPECT_EQ(call(kMethodOpenInput, {one, hundred}).second, "[#code: 0, #text: \"No error\"]");
+  EXPECT_EQ(instanceLog().port, 0);
+  EXPECT_EQ(call(kMethodOpenOutput, {hundred}).second,
+            "[#code: 2, #text: \"Instance not initialised - call Init() first\"]");
+  EXPECT_EQ(instanceLog().port, 99);
+  for (LingoValue* value : {&zero, &one, &hundred}) host_.store.release(*value);
+  held_ = 0;
+}
+
+TEST_F(Dispatch, AnIntegerArgumentThatIsNotOneFailsTheCallWithoutAResult) {
+  LingoValue text = hold(host_.store.makeString("1"));
+  LingoValue one = hold(host_.store.makeInteger(1));
+  const std::vector<LingoValue> cases[] = {{text, one}, {one, text}, {one}};
+  for (const auto& arguments : cases) {
+    const auto [status, printed] = call(kMethodOpenInput, arguments);
+    EXPECT_NE(status, kHostOk);
+    EXPECT_EQ(printed, "untouched");
+  }
+  EXPECT_NE(call(kMethodOpenOutput, {text}).first, kHostOk);
+  EXPECT_TRUE(instanceLog().calls.empty());
+  host_.store.release(text);
+  host_.store.release(one);
+  held_ = 0;
+}
+
+TEST_F(Dispatch, TheInstanceGoesBeforeTheHostInterfaces) {
+  script_->Release();
+  object_->Release();
+  EXPECT_EQ(instanceLog().calls.back(), "destroyed");
+  EXPECT_EQ(instanceLog().referencesAtDestruction, 2);  // value and list still held
+  EXPECT_EQ(host_.store.liveValues(), 0u);
+  SetUp();
+}
+
+struct CreationFailure {
+  const char* label;
+  bool refuseValues;
+  bool refuseLists;
+  bool outOfMemory;
+  HostStatus expected;
+};
+
+class Creation : public testing::TestWithParam<CreationFailure> {};
+
+TEST_P(Creation, LeavesNoInstanceAndLaterCallsDoNothing) {
+  const CreationFailure& c = GetParam();
+  GlueHost host;
+  RefusingCallback refuseValues(host.store.callback(), kIID_HostValueInterface);
+  RefusingCallback refuseLists(host.store.callback(), kIID_HostListInterface);
+  HostCallback* callback = c.refuseValues  ? &refuseValues
+                           : c.refuseLists ? &refuseLists
+                                           : host.store.callback();
+  instanceLog().failNextCreation = c.outOfMemory;
+  HostStatus status = kHostOk;
+  director::HostObject* object = host.createObject(kScriptingClassId, &status, callback);
+  EXPECT_EQ(status, c.expected);
+  EXPECT_EQ(host.store.interfaceReferences(), 0);
+  EXPECT_EQ(reinterpret_cast<CMIDIXtraScript*>(object->header())->instance_, nullptr);
+
+  auto* script = host.record<IMoaMmXScript>(object, kIID_IMoaMmXScript);
+  LingoValue arguments[3] = {};
+  MoaMmCallInfo info{};
+  info.arguments = arguments;
+  info.resultValue.opaque = 7;
+  for (std::int32_t selector = kMethodNew; selector <= kMethodSendMessage; ++selector) {
+    info.methodSelector = selector;
+    EXPECT_EQ(script->Call(&info), kHostOk);
+    EXPECT_EQ(info.resultValue.opaque, 7u);
+  }
+  script->Release();
+  object->Release();
+  EXPECT_TRUE(instanceLog().calls.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Failures, Creation,
+    testing::Values(CreationFailure{"NoValueInterface", true, false, false, kHostErrInjected},
+                    CreationFailure{"NoListInterface", false, true, false, kHostErrInjected},
+                    CreationFailure{"NoMemory", false, false, true, kHostErrOutOfMemory}),
+    [](const testing::TestParamInfo<CreationFailure>& info) {
+      return std::string(info.param.label);
+    });
+
+}  // namespace
+}  // namespace gluetest
