@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <future>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "MidiServices.h"
+#include "MidiSystemControl.h"
+#include "RunLoop.h"
+#include "VirtualMidi.h"
+
+namespace {
+
+struct Seen {
+  MIDINotificationMessageID id;
+  MIDIObjectRef object;
+  MIDIObjectType type;
+  std::thread::id thread;
+};
+
+// Notifications arrive on the creating thread only, so no lock is needed around `seen`.
+struct Recorder {
+  std::vector<Seen> seen;
+
+  static void notify(const MIDINotification* message, void* refCon) {
+    auto* self = static_cast<Recorder*>(refCon);
+    Seen entry{message->messageID, 0, kMIDIObjectType_Other, std::this_thread::get_id()};
+    if (message->messageID == kMIDIMsgObjectAdded || message->messageID == kMIDIMsgObjectRemoved) {
+      const auto* change = reinterpret_cast<const MIDIObjectAddRemoveNotification*>(message);
+      entry.object = change->child;
+      entry.type = change->childType;
+    } else if (message->messageID == kMIDIMsgPropertyChanged) {
+      const auto* change = reinterpret_cast<const MIDIObjectPropertyChangeNotification*>(message);
+      entry.object = change->object;
+      entry.type = change->objectType;
+    }
+    self->seen.push_back(entry);
+  }
+};
+
+TEST(NotificationTest, EachChangeIsToldThenSetupChanged) {
+  Recorder recorder;
+  MIDIClientRef client = 0;
+  ASSERT_EQ(MIDIClientCreate(nullptr, &Recorder::notify, &recorder, &client), noErr);
+  CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
+  recorder.seen.clear();
+
+  const MIDIDeviceRef device = virtualmidi::addDevice({"Added", {}});
+  ASSERT_TRUE(virtualmidi::renameObject(device, std::string("Renamed")));
+  ASSERT_TRUE(virtualmidi::removeDevice("Renamed"));
+  // Nothing arrives before the run loop runs.
+  EXPECT_TRUE(recorder.seen.empty());
+  EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false), kCFRunLoopRunTimedOut);
+
+  const MIDINotificationMessageID expected[] = {kMIDIMsgObjectAdded,     kMIDIMsgSetupChanged,
+                                                kMIDIMsgPropertyChanged, kMIDIMsgSetupChanged,
+                                                kMIDIMsgObjectRemoved,   kMIDIMsgSetupChanged};
+  ASSERT_EQ(recorder.seen.size(), std::size(expected));
+  for (std::size_t i = 0; i < std::size(expected); ++i) {
+    EXPECT_EQ(recorder.seen[i].id, expected[i]) << i;
+    EXPECT_EQ(recorder.seen[i].thread, std::this_thread::get_id());
+  }
+  EXPECT_EQ(recorder.seen[0].object, device);
+  EXPECT_EQ(recorder.seen[0].type, kMIDIObjectType_Device);
+  EXPECT_EQ(recorder.seen[2].object, device);
+  EXPECT_EQ(recorder.seen[4].object, device);
+  EXPECT_EQ(MIDIClientDispose(client), noErr);
+}
+
+TEST(NotificationTest, DeliveredOnlyOnTheRunLoopOfTheCreatingThread) {
+  Recorder mine;
+  Recorder theirs;
+  MIDIClientRef myClient = 0;
+  ASSERT_EQ(MIDIClientCreate(nullptr, &Recorder::notify, &mine, &myClient), noErr);
+
+  std::promise<MIDIClientRef> created;
+  std::promise<void> changed;
+  std::promise<void> ranOnce;
+  std::thread other([&] {
+    MIDIClientRef client = 0;
+    MIDIClientCreate(nullptr, &Recorder::notify, &theirs, &client);
+    created.set_value(client);
+    changed.get_future().wait();
+    CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
+    ranOnce.set_value();
+    MIDIClientDispose(client);
+  });
+  created.get_future().wait();
+  virtualmidi::addUnattachedSource({"Other Program"});
+  // Running this thread's loop delivers to this thread's client only.
+  CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
+  EXPECT_EQ(mine.seen.size(), 2u);
+  changed.set_value();
+  ranOnce.get_future().wait();
+  other.join();
+
+  ASSERT_EQ(theirs.seen.size(), 2u);
+  EXPECT_NE(theirs.seen[0].thread, std::this_thread::get_id());
+  EXPECT_EQ(theirs.seen[0].type, kMIDIObjectType_Source);
+  virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+  EXPECT_EQ(MIDIClientDispose(myClient), noErr);
+}
+
+TEST(NotificationTest, RunLoopWithoutClientsFinishesAtOnce) {
+  EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 5.0, false), kCFRunLoopRunFinished);
+}
+
+TEST(NotificationTest, ReturnAfterSourceHandledStopsWaiting) {
+  Recorder recorder;
+  MIDIClientRef client = 0;
+  ASSERT_EQ(MIDIClientCreate(nullptr, &Recorder::notify, &recorder, &client), noErr);
+  std::thread changer([] {
+    virtualmidi::renameDevice(virtualmidi::kDefaultDeviceName,
+                              std::string(virtualmidi::kDefaultDeviceName));
+  });
+  // Generous timeout: the call returns as soon as the rename is told.
+  EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 30.0, true), kCFRunLoopRunHandledSource);
+  changer.join();
+  EXPECT_FALSE(recorder.seen.empty());
+  EXPECT_EQ(MIDIClientDispose(client), noErr);
+}
+
+TEST(NotificationTest, DisposedClientHearsNothingMore) {
+  Recorder recorder;
+  MIDIClientRef client = 0;
+  ASSERT_EQ(MIDIClientCreate(nullptr, &Recorder::notify, &recorder, &client), noErr);
+  virtualmidi::addUnattachedDestination({"Gone"});
+  EXPECT_EQ(MIDIClientDispose(client), noErr);
+  EXPECT_EQ(MIDIClientDispose(client), kMIDIInvalidClient);
+  CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
+  EXPECT_TRUE(recorder.seen.empty());
+  virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "MidiServices.h"
+
+namespace {
+
+TEST(PacketListTest, PacketsArePackedBehindTheLastDataByte) {
+  alignas(8) Byte storage[128];
+  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
+  MIDIPacket* packet = MIDIPacketListInit(list);
+  const Byte noteOn[] = {0x90, 0x3C, 0x64};
+  const Byte clock[] = {0xF8};
+  packet = MIDIPacketListAdd(list, sizeof storage, packet, 0, sizeof noteOn, noteOn);
+  ASSERT_NE(packet, nullptr);
+  MIDIPacket* second = MIDIPacketListAdd(list, sizeof storage, packet, 7, sizeof clock, clock);
+  ASSERT_NE(second, nullptr);
+
+  EXPECT_EQ(list->numPackets, 2u);
+  const Byte* bytes = storage;
+  // numPackets, then timeStamp(8) length(2) data(3), then the next packet at once.
+  EXPECT_EQ(reinterpret_cast<Byte*>(second) - bytes, 4 + 8 + 2 + 3);
+  EXPECT_EQ(MIDIPacketNext(&list->packet[0]), second);
+  EXPECT_EQ(second->timeStamp, 7u);
+  EXPECT_EQ(second->length, 1);
+  EXPECT_EQ(second->data[0], 0xF8);
+}
+
+TEST(PacketListTest, AddRefusesWhatDoesNotFit) {
+  alignas(8) Byte storage[4 + 10 + 3];
+  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
+  MIDIPacket* packet = MIDIPacketListInit(list);
+  const Byte bytes[] = {0x90, 0x3C, 0x64, 0x00};
+  EXPECT_EQ(MIDIPacketListAdd(list, sizeof storage, packet, 0, 4, bytes), nullptr);
+  EXPECT_EQ(list->numPackets, 0u);
+  EXPECT_NE(MIDIPacketListAdd(list, sizeof storage, packet, 0, 3, bytes), nullptr);
+  EXPECT_EQ(list->numPackets, 1u);
+}
+
+TEST(PacketListTest, PacketsLongerThanTheDeclaredDataFitInALargeList) {
+  std::vector<Byte> storage(4 + 10 + 1000);
+  auto* list = reinterpret_cast<MIDIPacketList*>(storage.data());
+  std::vector<Byte> sysex(1000, 0x11);
+  MIDIPacket* packet = MIDIPacketListInit(list);
+  ASSERT_NE(MIDIPacketListAdd(list, storage.size(), packet, 0, sysex.size(), sysex.data()),
+            nullptr);
+  EXPECT_EQ(list->packet[0].length, 1000);
+  EXPECT_EQ(storage.back(), 0x11);
+}
+
+}  // namespace

@@ -1,0 +1,274 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "HostTime.h"
+#include "MidiServices.h"
+#include "MidiSystemControl.h"
+#include "TestSupport.h"
+#include "VirtualMidi.h"
+
+namespace {
+
+using coremiditest::eventually;
+using coremiditest::OnePacket;
+using virtualmidi::Packet;
+
+// What a read procedure saw, written on the receive thread and read once deliveries are done.
+struct Received {
+  std::mutex mutex;
+  std::vector<Packet> packets;
+  std::vector<void*> connectionRefCons;
+  std::thread::id thread;
+
+  static void readProc(const MIDIPacketList* list, void* refCon, void* connectionRefCon) {
+    auto* self = static_cast<Received*>(refCon);
+    std::lock_guard lock(self->mutex);
+    self->thread = std::this_thread::get_id();
+    const MIDIPacket* packet = list->packet;
+    for (UInt32 i = 0; i < list->numPackets; ++i) {
+      const Byte* data = reinterpret_cast<const Byte*>(packet) + kMIDIPacketHeaderSize;
+      self->packets.emplace_back(data, data + packet->length);
+      self->connectionRefCons.push_back(connectionRefCon);
+      packet = MIDIPacketNext(packet);
+    }
+  }
+};
+
+class ReceiveAndSendTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+    ASSERT_EQ(MIDIClientCreate(nullptr, nullptr, nullptr, &client_), noErr);
+    ASSERT_EQ(MIDIInputPortCreate(client_, nullptr, &Received::readProc, &received_, &input_),
+              noErr);
+    ASSERT_EQ(MIDIOutputPortCreate(client_, nullptr, &output_), noErr);
+    source_ = virtualmidi::findSource(virtualmidi::kDefaultDeviceName);
+    destination_ = virtualmidi::findDestination(virtualmidi::kDefaultDeviceName);
+  }
+  void TearDown() override {
+    midisystem::limitSysexChunks(-1);
+    midisystem::clearFailures();
+    EXPECT_TRUE(midisystem::waitUntilDelivered());
+    EXPECT_EQ(MIDIClientDispose(client_), noErr);
+    virtualmidi::takeCaptured(destination_);
+  }
+
+  Received received_;
+  MIDIClientRef client_ = 0;
+  MIDIPortRef input_ = 0;
+  MIDIPortRef output_ = 0;
+  MIDIEndpointRef source_ = 0;
+  MIDIEndpointRef destination_ = 0;
+  int connection_ = 0;
+};
+
+TEST_F(ReceiveAndSendTest, InjectedPacketsReachTheReadProcedureOnTheReceiveThread) {
+  ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
+  ASSERT_TRUE(virtualmidi::inject(source_, {{0x90, 0x3C, 0x64}, {0xF8}}));
+  // Synchronous: everything has been seen when inject returns.
+  std::lock_guard lock(received_.mutex);
+  ASSERT_EQ(received_.packets.size(), 2u);
+  EXPECT_EQ(received_.packets[0], (Packet{0x90, 0x3C, 0x64}));
+  EXPECT_EQ(received_.packets[1], (Packet{0xF8}));
+  EXPECT_EQ(received_.connectionRefCons[0], &connection_);
+  EXPECT_NE(received_.thread, std::this_thread::get_id());
+}
+
+TEST_F(ReceiveAndSendTest, DisconnectedSourceDeliversNothing) {
+  ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
+  ASSERT_EQ(MIDIPortDisconnectSource(input_, source_), noErr);
+  EXPECT_EQ(MIDIPortDisconnectSource(input_, source_), kMIDINoConnection);
+  ASSERT_TRUE(virtualmidi::inject(source_, {{0x90, 0x3C, 0x64}}));
+  std::lock_guard lock(received_.mutex);
+  EXPECT_TRUE(received_.packets.empty());
+}
+
+TEST_F(ReceiveAndSendTest, LoopbackDestinationFeedsItsSourceAndIsCaptured) {
+  ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
+  OnePacket noteOn(0, {0x90, 0x40, 0x7F});
+  ASSERT_EQ(MIDISend(output_, destination_, noteOn.list()), noErr);
+  ASSERT_TRUE(midisystem::waitUntilDelivered());
+  {
+    std::lock_guard lock(received_.mutex);
+    ASSERT_EQ(received_.packets.size(), 1u);
+    EXPECT_EQ(received_.packets[0], (Packet{0x90, 0x40, 0x7F}));
+  }
+  const auto captured = virtualmidi::takeCaptured(destination_);
+  ASSERT_EQ(captured.size(), 1u);
+  EXPECT_EQ(captured[0].bytes, (Packet{0x90, 0x40, 0x7F}));
+  EXPECT_TRUE(virtualmidi::takeCaptured(destination_).empty());
+}
+
+TEST_F(ReceiveAndSendTest, LaterTimeStampIsDeliveredAtThatHostTime) {
+  const UInt64 delay = AudioConvertNanosToHostTime(20000000);  // 20 ms
+  const MIDITimeStamp due = AudioGetCurrentHostTime() + delay;
+  OnePacket later(due, {0xB0, 0x07, 0x40});
+  ASSERT_EQ(MIDISend(output_, destination_, later.list()), noErr);
+  const auto captured = virtualmidi::takeCaptured(destination_);
+  ASSERT_EQ(captured.size(), 1u);
+  EXPECT_GE(captured[0].timeStamp, due);
+}
+
+TEST_F(ReceiveAndSendTest, SendChecksItsPortAndDestination) {
+  OnePacket packet(0, {0xF8});
+  EXPECT_EQ(MIDISend(input_, destination_, packet.list()), kMIDIInvalidPort);
+  EXPECT_EQ(MIDISend(output_, source_, packet.list()), kMIDIUnknownEndpoint);
+  EXPECT_EQ(MIDISend(output_, destination_, nullptr), paramErr);
+  EXPECT_EQ(MIDIPortConnectSource(output_, source_, nullptr), kMIDIInvalidPort);
+  EXPECT_EQ(MIDIPortConnectSource(input_, destination_, nullptr), kMIDIUnknownEndpoint);
+}
+
+// A read procedure that blocks until released, to catch one in flight.
+struct Blocking {
+  std::promise<void> entered;
+  std::promise<void> release;
+  std::shared_future<void> released = release.get_future().share();
+  std::atomic<bool> finished{false};
+
+  static void readProc(const MIDIPacketList*, void* refCon, void*) {
+    auto* self = static_cast<Blocking*>(refCon);
+    self->entered.set_value();
+    self->released.wait();
+    self->finished.store(true, std::memory_order_release);
+  }
+};
+
+enum class Teardown { Disconnect, DisposePort, DisposeClient };
+
+class WaitForReadProcTest : public ::testing::TestWithParam<Teardown> {};
+
+TEST_P(WaitForReadProcTest, ReturnsOnlyAfterTheReadProcedureInFlightHasFinished) {
+  virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+  const MIDIEndpointRef source = virtualmidi::findSource(virtualmidi::kDefaultDeviceName);
+  MIDIClientRef client = 0;
+  MIDIPortRef port = 0;
+  Blocking blocking;
+  ASSERT_EQ(MIDIClientCreate(nullptr, nullptr, nullptr, &client), noErr);
+  ASSERT_EQ(MIDIInputPortCreate(client, nullptr, &Blocking::readProc, &blocking, &port), noErr);
+  ASSERT_EQ(MIDIPortConnectSource(port, source, nullptr), noErr);
+
+  std::thread injector([source] { virtualmidi::inject(source, {{0xF8}}); });
+  blocking.entered.get_future().wait();
+  std::atomic<bool> returned{false};
+  bool finishedWhenReturned = false;
+  std::thread closer([&] {
+    switch (GetParam()) {
+      case Teardown::Disconnect:
+        MIDIPortDisconnectSource(port, source);
+        break;
+      case Teardown::DisposePort:
+        MIDIPortDispose(port);
+        break;
+      case Teardown::DisposeClient:
+        MIDIClientDispose(client);
+        break;
+    }
+    finishedWhenReturned = blocking.finished.load(std::memory_order_acquire);
+    returned.store(true);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_FALSE(returned.load());
+  blocking.release.set_value();
+  closer.join();
+  injector.join();
+  EXPECT_TRUE(finishedWhenReturned);
+  if (GetParam() != Teardown::DisposeClient) {
+    EXPECT_EQ(MIDIClientDispose(client), noErr);
+  }
+}
+
+std::string teardownName(const ::testing::TestParamInfo<Teardown>& info) {
+  static const char* const kNames[] = {"Disconnect", "DisposePort", "DisposeClient"};
+  return kNames[static_cast<int>(info.param)];
+}
+
+INSTANTIATE_TEST_SUITE_P(AllWays, WaitForReadProcTest,
+                         ::testing::Values(Teardown::Disconnect, Teardown::DisposePort,
+                                           Teardown::DisposeClient),
+                         teardownName);
+
+// Counts completions; set on the system-exclusive thread, read after waitUntilDelivered.
+struct Completion {
+  std::atomic<int> calls{0};
+  std::atomic<bool> onCallerThread{false};
+  std::thread::id caller = std::this_thread::get_id();
+
+  static void proc(MIDISysexSendRequest* request) {
+    auto* self = static_cast<Completion*>(request->completionRefCon);
+    if (std::this_thread::get_id() == self->caller) self->onCallerThread = true;
+    self->calls.fetch_add(1);
+  }
+};
+
+MIDISysexSendRequest requestFor(MIDIEndpointRef destination, const std::vector<Byte>& bytes,
+                                Completion& completion) {
+  return MIDISysexSendRequest{destination, bytes.data(), static_cast<UInt32>(bytes.size()),
+                              false,       {},           &Completion::proc,
+                              &completion};
+}
+
+std::vector<Byte> sysexOf(std::size_t size) {
+  std::vector<Byte> bytes(size, 0x55);
+  bytes.front() = 0xF0;
+  bytes.back() = 0xF7;
+  return bytes;
+}
+
+TEST_F(ReceiveAndSendTest, SysexGoesOutInChunksAndCompletesOnce) {
+  ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
+  const std::vector<Byte> bytes = sysexOf(600);
+  Completion completion;
+  MIDISysexSendRequest request = requestFor(destination_, bytes, completion);
+  ASSERT_EQ(MIDISendSysex(&request), noErr);
+  ASSERT_TRUE(midisystem::waitUntilDelivered());
+
+  EXPECT_EQ(completion.calls.load(), 1);
+  EXPECT_FALSE(completion.onCallerThread.load());
+  EXPECT_EQ(request.bytesToSend, 0u);
+  EXPECT_EQ(request.data, bytes.data() + bytes.size());
+  EXPECT_TRUE(request.complete);
+  const auto captured = virtualmidi::takeCaptured(destination_);
+  ASSERT_EQ(captured.size(), 3u);
+  EXPECT_EQ(captured[0].bytes.size(), midisystem::kSysexChunkSize);
+  EXPECT_EQ(captured[0].bytes.front(), 0xF0);
+  EXPECT_EQ(captured[1].bytes.front(), 0x55);
+  EXPECT_EQ(captured[2].bytes.size(), 600 - 2 * midisystem::kSysexChunkSize);
+  EXPECT_EQ(captured[2].bytes.back(), 0xF7);
+  std::lock_guard lock(received_.mutex);
+  EXPECT_EQ(received_.packets.size(), 3u);  // through the loopback, chunk by chunk
+}
+
+TEST_F(ReceiveAndSendTest, SysexStopsEarlyWhenTheSenderSetsComplete) {
+  const std::vector<Byte> bytes = sysexOf(1000);
+  Completion completion;
+  MIDISysexSendRequest request = requestFor(destination_, bytes, completion);
+  const std::uint64_t chunksBefore = midisystem::sysexChunksSent();
+  midisystem::limitSysexChunks(1);
+  ASSERT_EQ(MIDISendSysex(&request), noErr);
+  ASSERT_TRUE(eventually([&] { return midisystem::sysexChunksSent() == chunksBefore + 1; }));
+  std::atomic_ref<Boolean>(request.complete).store(true, std::memory_order_release);
+  midisystem::limitSysexChunks(-1);
+  ASSERT_TRUE(midisystem::waitUntilDelivered());
+
+  EXPECT_EQ(completion.calls.load(), 1);
+  EXPECT_EQ(request.bytesToSend, 1000 - midisystem::kSysexChunkSize);
+  EXPECT_EQ(virtualmidi::takeCaptured(destination_).size(), 1u);
+}
+
+TEST_F(ReceiveAndSendTest, EmptySysexCompletesAtOnce) {
+  Completion completion;
+  const std::vector<Byte> none;
+  MIDISysexSendRequest request = requestFor(destination_, none, completion);
+  ASSERT_EQ(MIDISendSysex(&request), noErr);
+  ASSERT_TRUE(midisystem::waitUntilDelivered());
+  EXPECT_EQ(completion.calls.load(), 1);
+  EXPECT_TRUE(virtualmidi::takeCaptured(destination_).empty());
+}
+
+}  // namespace
