@@ -171,9 +171,9 @@ Value Interpreter::evalNode(const IndexExpr& expr, Frame& frame) {
   Value object = eval(*expr.object, frame);
   Value index = eval(*expr.index, frame);
   if (object.kind() == ValueKind::PropList && index.kind() != ValueKind::Integer) {
-    return getaProp(object, index, "[]");
+    return getaProp(object, index, "");
   }
-  return getAt(object, index, "[]");
+  return getAt(object, index, "");
 }
 
 Value Interpreter::evalNode(const ListExpr& expr, Frame& frame) {
@@ -215,9 +215,9 @@ void Interpreter::assign(const Expr& target, Value value, Frame& frame) {
     Value object = eval(*indexed->object, frame);
     Value index = eval(*indexed->index, frame);
     if (object.kind() == ValueKind::PropList && index.kind() != ValueKind::Integer) {
-      setaProp(object, index, std::move(value), "[]");
+      setaProp(object, index, std::move(value), "");
     } else {
-      setAt(object, index, std::move(value), "[]");
+      setAt(object, index, std::move(value), "");
     }
   } else if (const auto* property = std::get_if<PropertyExpr>(&target.node)) {
     Value object = eval(*property->object, frame);

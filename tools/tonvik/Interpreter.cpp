@@ -178,10 +178,20 @@ Interpreter::Flow Interpreter::execNode(const RepeatRangeStmt& stmt, Frame& fram
   std::int64_t from = bound(*stmt.from);
   std::int64_t to = bound(*stmt.to);
   std::int64_t step = stmt.down ? -1 : 1;
+  // As in Lingo, the variable itself is the counter: the body may move it, and after the loop
+  // it holds the first value past the end.
+  std::int64_t i = from;
   Flow flow = Flow::Normal;
-  for (std::int64_t i = from; stmt.down ? i >= to : i <= to; i += step) {
+  while (true) {
     writeVariable(stmt.variable, Value::integer(static_cast<std::int32_t>(i)), frame);
+    if (stmt.down ? i < to : i > to) break;
     if (!loopStep(stmt.body, frame, flow)) break;
+    Value counter = readVariable(stmt.variable, stmt.variable, frame);
+    if (counter.kind() != ValueKind::Integer) {
+      throw ScriptError("repeat with: the loop variable " + stmt.variable +
+                        " no longer holds an integer");
+    }
+    i = static_cast<std::int64_t>(counter.asInteger()) + step;
   }
   return flow;
 }

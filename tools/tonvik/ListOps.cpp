@@ -15,14 +15,20 @@ constexpr std::int32_t kPadding = 0;
 // setAt refuses to grow a list past this many items, so a stray index cannot exhaust memory.
 constexpr std::size_t kMaxListLength = std::size_t{1} << 24;
 
-std::string named(std::string_view function) {
-  return std::string(function) + ": ";
+// "function: message", or the message alone, capitalised, for `list[i]` which has no name.
+std::string prefixed(std::string_view function, std::string message) {
+  if (function.empty()) {
+    if (!message.empty() && message[0] >= 'a' && message[0] <= 'z') message[0] -= 'a' - 'A';
+    return message;
+  }
+  return std::string(function) + ": " + message;
 }
 
 std::size_t requirePosition(std::int32_t position, std::size_t count, std::string_view function) {
   if (position < 1 || static_cast<std::size_t>(position) > count) {
-    throw ScriptError(named(function) + "index " + std::to_string(position) +
-                      " is out of range (the list has " + std::to_string(count) + " items)");
+    throw ScriptError(prefixed(function, "index " + std::to_string(position) +
+                                             " is out of range (the list has " +
+                                             std::to_string(count) + " items)"));
   }
   return static_cast<std::size_t>(position - 1);
 }
@@ -31,27 +37,27 @@ std::size_t requirePosition(std::int32_t position, std::size_t count, std::strin
 
 std::int32_t requireInteger(const Value& value, std::string_view function) {
   if (value.kind() != ValueKind::Integer) {
-    throw ScriptError(named(function) + "expected an integer, got " + describeValue(value));
+    throw ScriptError(prefixed(function, "expected an integer, got " + describeValue(value)));
   }
   return value.asInteger();
 }
 
 void requireAnyList(const Value& value, std::string_view function) {
   if (value.kind() != ValueKind::List && value.kind() != ValueKind::PropList) {
-    throw ScriptError(named(function) + "expected a list, got " + describeValue(value));
+    throw ScriptError(prefixed(function, "expected a list, got " + describeValue(value)));
   }
 }
 
 LinearList& requireList(const Value& value, std::string_view function) {
   if (value.kind() != ValueKind::List) {
-    throw ScriptError(named(function) + "expected a linear list, got " + describeValue(value));
+    throw ScriptError(prefixed(function, "expected a linear list, got " + describeValue(value)));
   }
   return value.asList();
 }
 
 PropertyList& requirePropList(const Value& value, std::string_view function) {
   if (value.kind() != ValueKind::PropList) {
-    throw ScriptError(named(function) + "expected a property list, got " + describeValue(value));
+    throw ScriptError(prefixed(function, "expected a property list, got " + describeValue(value)));
   }
   return value.asPropList();
 }
@@ -85,7 +91,7 @@ void setAt(const Value& list, const Value& position, Value item, std::string_vie
   auto& items = list.asList().items;
   if (index < 1) requirePosition(index, items.size(), function);
   if (static_cast<std::size_t>(index) > kMaxListLength) {
-    throw ScriptError(named(function) + "index " + std::to_string(index) + " is too large");
+    throw ScriptError(prefixed(function, "index " + std::to_string(index) + " is too large"));
   }
   if (static_cast<std::size_t>(index) > items.size()) {
     items.resize(static_cast<std::size_t>(index), Value::integer(kPadding));
@@ -111,7 +117,7 @@ Value getProp(const Value& list, const Value& key, std::string_view function) {
   if (list.kind() == ValueKind::List) return getAt(list, key, function);
   Property* entry = requirePropList(list, function).find(key);
   if (entry == nullptr) {
-    throw ScriptError(named(function) + "property not found: " + formatValue(key));
+    throw ScriptError(prefixed(function, "property not found: " + formatValue(key)));
   }
   return entry->value;
 }

@@ -114,6 +114,20 @@ class Parser {
     advance();
   }
 
+  // A closing bracket. Newlines inside brackets do not end the statement, so a missing one is
+  // noticed lines later; the error names the line where the bracket was opened.
+  void expectCloser(TokenKind kind, const std::string& wanted, int openLine) {
+    if (at(kind)) {
+      advance();
+      return;
+    }
+    std::string message = "Expected " + wanted + ", found " + describe(peek());
+    if (peek().line != openLine) message += " on line " + std::to_string(peek().line);
+    ScriptError error(message, openLine);
+    if (at(TokenKind::EndOfText)) error.setIncomplete();
+    throw error;
+  }
+
   void expectKeyword(std::string_view word) {
     if (!atKeyword(word)) unexpected("\"" + std::string(word) + "\"");
     advance();
@@ -143,6 +157,7 @@ class Parser {
     handler->spelling = expectName("a handler name after \"on\"");
     handler->name = foldCase(handler->spelling);
     bool parenthesised = at(TokenKind::LeftParen);
+    int openLine = peek().line;
     if (parenthesised) advance();
     if (!atLineEnd() && !at(TokenKind::RightParen)) {
       handler->params.push_back(foldCase(expectName("a parameter name")));
@@ -151,7 +166,7 @@ class Parser {
         handler->params.push_back(foldCase(expectName("a parameter name")));
       }
     }
-    if (parenthesised) expect(TokenKind::RightParen, "\")\"");
+    if (parenthesised) expectCloser(TokenKind::RightParen, "\")\"", openLine);
     expectLineEnd();
     handler->body =
         parseBlock({"end"}, "\"end\" of handler \"" + handler->spelling + "\"", handler->line);
@@ -570,7 +585,7 @@ class Parser {
       } else if (at(TokenKind::LeftBracket)) {
         advance();
         ExprPtr index = parseExpression();
-        expect(TokenKind::RightBracket, "\"]\"");
+        expectCloser(TokenKind::RightBracket, "\"]\"", line);
         expr = makeExpr(line, IndexExpr{std::move(expr), std::move(index)});
       } else {
         return expr;
@@ -579,10 +594,11 @@ class Parser {
   }
 
   ExprList parseParenthesisedArguments() {
+    int openLine = peek().line;
     expect(TokenKind::LeftParen, "\"(\"");
     ExprList args;
     if (!at(TokenKind::RightParen)) args = parseArguments();
-    expect(TokenKind::RightParen, "\")\"");
+    expectCloser(TokenKind::RightParen, "\",\" or \")\"", openLine);
     return args;
   }
 
@@ -607,7 +623,7 @@ class Parser {
       case TokenKind::LeftParen: {
         advance();
         ExprPtr inner = parseExpression();
-        expect(TokenKind::RightParen, "\")\"");
+        expectCloser(TokenKind::RightParen, "\")\"", line);
         return inner;
       }
       case TokenKind::LeftBracket:
@@ -677,7 +693,7 @@ class Parser {
         advance();
         list.items.push_back(parseExpression());
       }
-      expect(TokenKind::RightBracket, "\",\" or \"]\"");
+      expectCloser(TokenKind::RightBracket, "\",\" or \"]\"", line);
       return makeExpr(line, std::move(list));
     }
     PropListExpr propList;
@@ -689,7 +705,7 @@ class Parser {
       expect(TokenKind::Colon, "\":\" after a property name");
       propList.entries.emplace_back(std::move(key), parseExpression());
     }
-    expect(TokenKind::RightBracket, "\",\" or \"]\"");
+    expectCloser(TokenKind::RightBracket, "\",\" or \"]\"", line);
     return makeExpr(line, std::move(propList));
   }
 
