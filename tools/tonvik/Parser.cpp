@@ -293,7 +293,7 @@ class Parser {
     int line = peek().line;
     ExprPtr target = parsePostfix();
     if (at(TokenKind::Equal)) {
-      if (!isAssignable(*target)) fail("Cannot assign to this expression", peek());
+      if (!isAssignable(*target)) throw ScriptError("Cannot assign to this expression", line);
       advance();
       return makeStmt(line, AssignStmt{std::move(target), parseExpression()});
     }
@@ -323,7 +323,7 @@ class Parser {
   StmtPtr parseSet() {
     int line = advance().line;
     ExprPtr target = parsePostfix();
-    if (!isAssignable(*target)) fail("Cannot assign to this expression", peek());
+    if (!isAssignable(*target)) throw ScriptError("Cannot assign to this expression", line);
     if (at(TokenKind::Equal)) {
       advance();
     } else if (atKeyword("to")) {
@@ -342,7 +342,7 @@ class Parser {
       if (!atKeyword(word)) continue;
       advance();
       ExprPtr target = parsePostfix();
-      if (!isAssignable(*target)) fail("Cannot put into this expression", peek());
+      if (!isAssignable(*target)) throw ScriptError("Cannot put into this expression", line);
       return makeStmt(line, PutIntoStmt{mode, std::move(first), std::move(target)});
     }
     PutStmt stmt;

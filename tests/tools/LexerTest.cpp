@@ -1,0 +1,113 @@
+#include "Lexer.h"
+
+#include <gtest/gtest.h>
+
+#include "ScriptError.h"
+
+namespace tonvik {
+namespace {
+
+std::vector<TokenKind> kindsOf(std::string_view text) {
+  std::vector<TokenKind> kinds;
+  for (const Token& token : tokenize(text)) kinds.push_back(token.kind);
+  return kinds;
+}
+
+using K = TokenKind;
+
+struct KindsCase {
+  const char* text;
+  std::vector<TokenKind> kinds;
+};
+
+class LexerKinds : public testing::TestWithParam<KindsCase> {};
+
+TEST_P(LexerKinds, SplitsAsLingoDoes) {
+  EXPECT_EQ(kindsOf(GetParam().text), GetParam().kinds);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, LexerKinds,
+    testing::Values(
+        // Two-character operators are not split into their halves.
+        KindsCase{"a<=b<>c>=d",
+                  {K::Identifier, K::LessEqual, K::Identifier, K::NotEqual, K::Identifier,
+                   K::GreaterEqual, K::Identifier, K::EndOfText}},
+        KindsCase{"a&&b&c",
+                  {K::Identifier, K::DoubleAmpersand, K::Identifier, K::Ampersand, K::Identifier,
+                   K::EndOfText}},
+        // "--" starts a comment even right after a value; a single "-" is minus.
+        KindsCase{"3--4", {K::Integer, K::EndOfText}},
+        KindsCase{"3-4", {K::Integer, K::Minus, K::Integer, K::EndOfText}},
+        // Newlines end statements, except inside brackets and after a continuation mark.
+        KindsCase{"a\nb", {K::Identifier, K::Newline, K::Identifier, K::EndOfText}},
+        KindsCase{
+            "[1,\n2]",
+            {K::LeftBracket, K::Integer, K::Comma, K::Integer, K::RightBracket, K::EndOfText}},
+        KindsCase{"a \\\n b", {K::Identifier, K::Identifier, K::EndOfText}},
+        KindsCase{"a \xC2\xAC -- why\n b", {K::Identifier, K::Identifier, K::EndOfText}},
+        KindsCase{"a\r\nb", {K::Identifier, K::Newline, K::Identifier, K::EndOfText}},
+        // A stray closing bracket must not make later newlines disappear.
+        KindsCase{")\na", {K::RightParen, K::Newline, K::Identifier, K::EndOfText}},
+        KindsCase{"l.count", {K::Identifier, K::Dot, K::Identifier, K::EndOfText}},
+        KindsCase{
+            "[#a: 1]",
+            {K::LeftBracket, K::Symbol, K::Colon, K::Integer, K::RightBracket, K::EndOfText}}));
+
+TEST(Lexer, ReadsNumbersStringsAndSymbols) {
+  auto tokens = tokenize("2147483647 2147483648 1.5 2e3 \"a -- b\" #noteOn");
+  ASSERT_EQ(tokens.size(), 7u);
+  EXPECT_EQ(tokens[0].kind, TokenKind::Integer);
+  EXPECT_EQ(tokens[0].integer, 2147483647);
+  // Too large for 32 bits: a float, as Director reads it.
+  EXPECT_EQ(tokens[1].kind, TokenKind::Float);
+  EXPECT_DOUBLE_EQ(tokens[1].floating, 2147483648.0);
+  EXPECT_DOUBLE_EQ(tokens[2].floating, 1.5);
+  EXPECT_DOUBLE_EQ(tokens[3].floating, 2000.0);
+  EXPECT_EQ(tokens[4].kind, TokenKind::String);
+  EXPECT_EQ(tokens[4].text, "a -- b");
+  EXPECT_EQ(tokens[5].kind, TokenKind::Symbol);
+  EXPECT_EQ(tokens[5].text, "noteOn");
+}
+
+TEST(Lexer, CountsLinesAcrossContinuationsAndBrackets) {
+  auto tokens = tokenize("a\n[1,\n2] \\\nb\nc");
+  EXPECT_EQ(tokens.front().line, 1);
+  EXPECT_EQ(tokens.back().line, 5);
+  EXPECT_EQ(tokens[tokens.size() - 2].text, "c");
+  EXPECT_EQ(tokens[tokens.size() - 2].line, 5);
+}
+
+struct ErrorCase {
+  const char* text;
+  const char* message;
+  int line;
+  bool incomplete;
+};
+
+class LexerErrors : public testing::TestWithParam<ErrorCase> {};
+
+TEST_P(LexerErrors, NameTheLine) {
+  try {
+    tokenize(GetParam().text);
+    FAIL() << "no error for " << GetParam().text;
+  } catch (const ScriptError& error) {
+    EXPECT_STREQ(error.what(), GetParam().message);
+    EXPECT_EQ(error.line(), GetParam().line);
+    EXPECT_EQ(error.incomplete(), GetParam().incomplete);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, LexerErrors,
+    testing::Values(ErrorCase{"x\ny = \"open\nz", "String without its closing quote", 2, false},
+                    ErrorCase{"a @ b", "Unexpected character \"@\"", 1, false},
+                    ErrorCase{"a\n\xE2\x82\xAC", "Unexpected character 0xE2", 2, false},
+                    ErrorCase{"# a", "Symbol without a name after #", 1, false},
+                    ErrorCase{"12ab", "Malformed number", 1, false},
+                    ErrorCase{"put 1 \\ 2", "Text after a line continuation", 1, false},
+                    ErrorCase{"put 1 + \\", "Line continuation at the end of the script", 1,
+                              true}));
+
+}  // namespace
+}  // namespace tonvik
