@@ -16,29 +16,30 @@ namespace virtualmidi {
 // A name may be missing (the object has no name) or hold any UTF-8 text.
 using Name = std::optional<std::string>;
 
+// Members left out of a brace list take their defaults.
 struct EndpointSpec {
-  Name name;
+  Name name = {};
   SInt32 advanceScheduleTimeMuSec = 0;
 };
 
 struct EntitySpec {
-  Name name;
-  std::vector<EndpointSpec> sources;
-  std::vector<EndpointSpec> destinations;
+  Name name = {};
+  std::vector<EndpointSpec> sources = {};
+  std::vector<EndpointSpec> destinations = {};
   bool loopback = false;
 };
 
 struct DeviceSpec {
-  Name name;
-  std::vector<EntitySpec> entities;
+  Name name = {};
+  std::vector<EntitySpec> entities = {};
   // An unlisted device is missing from MIDIGetDevice although its endpoints are listed.
   bool listed = true;
 };
 
 struct Setup {
-  std::vector<DeviceSpec> devices;
-  std::vector<EndpointSpec> unattachedSources;
-  std::vector<EndpointSpec> unattachedDestinations;
+  std::vector<DeviceSpec> devices = {};
+  std::vector<EndpointSpec> unattachedSources = {};
+  std::vector<EndpointSpec> unattachedDestinations = {};
 };
 
 // The setup the system starts with: device "Virtual Bus" with one loopback entity "Virtual Bus"

@@ -1,0 +1,227 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "MidiSystemControl.h"
+#include "OSXMidiUtils.h"
+#include "VirtualMidi.h"
+
+namespace {
+
+using virtualmidi::DeviceSpec;
+using virtualmidi::EndpointSpec;
+using virtualmidi::EntitySpec;
+using Entries = std::vector<DeviceListEntry>;
+
+// One entity holding the given sources (and no destinations).
+EntitySpec entityWith(virtualmidi::Name name, std::vector<virtualmidi::Name> sources) {
+  EntitySpec entity{std::move(name), {}, {}};
+  for (auto& source : sources) entity.sources.push_back(EndpointSpec{std::move(source)});
+  return entity;
+}
+
+Entries listed(void (*list)(DeviceList&)) {
+  DeviceList devices;
+  list(devices);
+  Entries entries;
+  for (std::int32_t i = 0; i < devices.size(); ++i) entries.push_back(devices.at(i));
+  return entries;
+}
+
+Entries inputs() {
+  return listed(&fwGetMidiInputDevices);
+}
+Entries outputs() {
+  return listed(&fwGetMidiOutputDevices);
+}
+
+class EndpointDirectoryTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    client_ = fwAcquireMidiClient();
+    ASSERT_NE(client_, 0u);
+  }
+  void TearDown() override {
+    fwReleaseMidiClient(client_);
+    virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+    EXPECT_EQ(midisystem::liveStringCount(), 0);
+  }
+  // Changes the system and lets its notifications arrive, as the host's event loop would.
+  static void use(const virtualmidi::Setup& setup) {
+    virtualmidi::replaceSetup(setup);
+    midisystem::runRunLoop(0);
+  }
+
+  MIDIClientRef client_ = 0;
+};
+
+struct NamingCase {
+  const char* title;
+  virtualmidi::Setup setup;
+  Entries expected;
+};
+
+DeviceSpec device(virtualmidi::Name name, std::vector<EntitySpec> entities, bool listed = true) {
+  return DeviceSpec{std::move(name), std::move(entities), listed};
+}
+
+std::vector<NamingCase> namingCases() {
+  using std::nullopt;
+  const DeviceSpec uno = device("Uno", {entityWith("Uno", {"Uno"})});
+  return {
+      // The examples of the naming rules.
+      {"single entity", {{uno}}, {{"Uno", "Uno,0%Uno,0%Uno,0"}}},
+      {"entities named apart",
+       {{device("Hub", {entityWith("Port 1", {"Port 1"}), entityWith("Port 2", {"Port 2"})})}},
+       {{"Hub Port 1", "Hub,0%Port 1,0%Port 1,0"}, {"Hub Port 2", "Hub,0%Port 2,0%Port 2,0"}}},
+      {"device prefix stripped",
+       {{device("Hub", {entityWith("Hub MIDI 1", {"Hub MIDI 1"}),
+                        entityWith("Hub MIDI 2", {"Hub MIDI 2"})})}},
+       {{"Hub MIDI 1", "Hub,0%Hub MIDI 1,0%Hub MIDI 1,0"},
+        {"Hub MIDI 2", "Hub,0%Hub MIDI 2,0%Hub MIDI 2,0"}}},
+      {"equal entities, nameless sources",
+       {{device("Hub", {entityWith("Port", {nullopt}), entityWith("Port", {nullopt})})}},
+       {{"Hub Port (1)", "Hub,0%Port,0%,0"}, {"Hub Port (2)", "Hub,0%Port,1%,0"}}},
+      {"one entity, two sources",
+       {{device("Uno", {entityWith("Uno", {"A", "B"})})}},
+       {{"Uno (1)", "Uno,0%Uno,0%A,0"}, {"Uno (2)", "Uno,0%Uno,0%B,0"}}},
+      {"two equal devices",
+       {{uno, uno}},
+       {{"Uno (1)", "Uno,0%Uno,0%Uno,0"}, {"Uno (2)", "Uno,1%Uno,0%Uno,0"}}},
+      {"two equal unattached sources",
+       {{}, {{"Synth"}, {"Synth"}}, {}},
+       {{"Synth (1)", "Synth,0"}, {"Synth (2)", "Synth,0"}}},
+      // Combinations of our own.
+      {"empty device names: rules 1, 2 and 5, numbered like any",
+       {{device(nullopt, {entityWith(nullopt, {"X"}), entityWith("Port", {nullopt}),
+                          entityWith("A", {"In"})}),
+         device("", {entityWith("E", {"S"})})}},
+       {{"X", ",0%,0%X,0"},
+        {"Port", ",0%Port,0%,0"},
+        {" (1) In", ",0%A,0%In,0"},
+        {" (2) S", ",1%E,0%S,0"}}},
+      {"device name only: rule 3",
+       {{device("Solo", {entityWith(nullopt, {nullopt}), entityWith(nullopt, {nullopt})})}},
+       {{"Solo (1)", "Solo,0%,0%,0"}, {"Solo (2)", "Solo,0%,1%,0"}}},
+      {"non-ASCII names read as empty",
+       {{device("Hub", {entityWith("Port", {"Caf\xC3\xA9"}), entityWith("Other", {"Out"})}),
+         device("Ger\xC3\xA4t", {entityWith("E", {"S"})})}},
+       {{"Hub Port", "Hub,0%Port,0%,0"}, {"Hub Out", "Hub,0%Other,0%Out,0"}, {" S", ",0%E,0%S,0"}}},
+      {"three equal devices",
+       {{device("Twin", {entityWith("Twin", {"Twin"})}),
+         device("Twin", {entityWith("Twin", {"Twin"})}),
+         device("Twin", {entityWith("Twin", {"Twin"})})}},
+       {{"Twin (1)", "Twin,0%Twin,0%Twin,0"},
+        {"Twin (2)", "Twin,1%Twin,0%Twin,0"},
+        {"Twin (3)", "Twin,2%Twin,0%Twin,0"}}},
+      {"endpoint named like its device among several entities",
+       {{device("Hub", {entityWith("Hub", {"Hub"}), entityWith("Port 2", {"Port 2"})})}},
+       {{"Hub ", "Hub,0%Hub,0%Hub,0"}, {"Hub Port 2", "Hub,0%Port 2,0%Port 2,0"}}},
+      {"hidden device's endpoints are left out",
+       {{device("Ghost", {entityWith("Ghost", {"Spirit"})}, false), uno}},
+       {{"Uno", "Uno,0%Uno,0%Uno,0"}}},
+      {"attached and unattached with equal display names",
+       {{uno}, {{"Uno"}}, {}},
+       {{"Uno (1)", "Uno,0%Uno,0%Uno,0"}, {"Uno (2)", "Uno,0"}}},
+  };
+}
+
+TEST_F(EndpointDirectoryTest, NamesAndIdentifiersFollowTheNamingRules) {
+  for (const NamingCase& c : namingCases()) {
+    SCOPED_TRACE(c.title);
+    use(c.setup);
+    const Entries entries = inputs();
+    EXPECT_EQ(entries, c.expected);
+    // Every entry finds an endpoint again; distinct identifiers find distinct endpoints, and
+    // equal ones (unattached twins) the first of them.
+    std::vector<MIDIEndpointRef> found;
+    for (const DeviceListEntry& entry : entries) {
+      found.push_back(fwFindMidiSourceEndpoint(entry));
+      EXPECT_NE(found.back(), 0u) << entry.first;
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      for (std::size_t j = 0; j < i; ++j) {
+        EXPECT_EQ(found[i] == found[j], entries[i].second == entries[j].second)
+            << entries[i].first << " / " << entries[j].first;
+      }
+    }
+  }
+}
+
+TEST_F(EndpointDirectoryTest, EmptySystemListsNothingAndFindsNothing) {
+  use({});
+  EXPECT_TRUE(inputs().empty());
+  EXPECT_TRUE(outputs().empty());
+  EXPECT_EQ(fwFindMidiSourceEndpoint({"Uno", "Uno,0%Uno,0%Uno,0"}), 0u);
+  EXPECT_EQ(fwFindMidiDestinationEndpoint({"", ""}), 0u);
+}
+
+TEST_F(EndpointDirectoryTest, DirectionsAreNamedIndependently) {
+  // Two devices called "Box": one has a source, the other a destination. Each direction loads
+  // only the device it lists, so neither sees a duplicate.
+  EntitySpec out{"Box", {}, {{"Box"}}};
+  use({{device("Box", {entityWith("Box", {"Box"})}), device("Box", {out})}});
+  EXPECT_EQ(inputs(), (Entries{{"Box", "Box,0%Box,0%Box,0"}}));
+  EXPECT_EQ(outputs(), (Entries{{"Box", "Box,0%Box,0%Box,0"}}));
+  EXPECT_EQ(fwFindMidiDestinationEndpoint(outputs()[0]), MIDIGetDestination(0));
+}
+
+TEST_F(EndpointDirectoryTest, SecondListingWithoutNotificationAsksTheSystemNothing) {
+  use({{device("Hub", {entityWith("Port 1", {"Port 1"}), entityWith("Port 2", {"Port 2"})})}});
+  const Entries first = inputs();
+  midisystem::resetCallCounts();
+  EXPECT_EQ(inputs(), first);
+  EXPECT_EQ(fwFindMidiSourceEndpoint(first[1]), MIDIGetSource(1));
+  EXPECT_EQ(midisystem::callCount("MIDIGetSource"), 1u);  // only the test's own call
+  midisystem::resetCallCounts();
+  inputs();
+  fwFindMidiSourceEndpoint(first[0]);
+  EXPECT_EQ(midisystem::totalCallCount(), 0u) << "cached listing queried the system";
+}
+
+TEST_F(EndpointDirectoryTest, ChangeIsSeenOnlyOnceItsNotificationArrives) {
+  use({{device("Old", {entityWith("Old", {"Old"})})}});
+  ASSERT_EQ(inputs()[0].first, "Old");
+  virtualmidi::renameDevice("Old", std::string("New"));
+  EXPECT_EQ(inputs()[0].first, "Old");  // cached: nothing told the Xtra yet
+  midisystem::runRunLoop(0);
+  midisystem::resetCallCounts();
+  EXPECT_EQ(inputs()[0].first, "New");
+  EXPECT_GT(midisystem::callCount("MIDIGetNumberOfSources"), 0u);
+}
+
+TEST_F(EndpointDirectoryTest, OlderEntryResolvesWhileItsNamesHoldAndNotOnceItsDeviceIsGone) {
+  use({{device("Keys", {entityWith("Keys", {"Keys"})})}});
+  const DeviceListEntry keys = inputs()[0];
+  const MIDIEndpointRef endpoint = fwFindMidiSourceEndpoint(keys);
+  ASSERT_NE(endpoint, 0u);
+
+  // Another device ahead in the order does not disturb the identifier.
+  virtualmidi::addDevice(device("Pads", {entityWith("Pads", {"Pads"})}));
+  midisystem::runRunLoop(0);
+  EXPECT_EQ(fwFindMidiSourceEndpoint(keys), endpoint);
+
+  // A second "Keys" comes later, so the first keeps duplicate index 0 and still resolves.
+  virtualmidi::addDevice(device("Keys", {entityWith("Keys", {"Keys"})}));
+  midisystem::runRunLoop(0);
+  EXPECT_EQ(fwFindMidiSourceEndpoint(keys), endpoint);
+  const DeviceListEntry secondKeys = inputs()[2];
+  ASSERT_EQ(secondKeys.second, "Keys,1%Keys,0%Keys,0");
+
+  // Identifiers name a place among equal names, not an object: once the first "Keys" is gone,
+  // the old entry reaches the other one, and the second's numbered entry reaches nothing.
+  ASSERT_TRUE(virtualmidi::removeDevice("Keys"));
+  midisystem::runRunLoop(0);
+  const MIDIEndpointRef successor = fwFindMidiSourceEndpoint(keys);
+  EXPECT_NE(successor, 0u);
+  EXPECT_NE(successor, endpoint);
+  EXPECT_EQ(fwFindMidiSourceEndpoint(secondKeys), 0u);
+
+  ASSERT_TRUE(virtualmidi::removeDevice("Keys"));
+  midisystem::runRunLoop(0);
+  EXPECT_EQ(fwFindMidiSourceEndpoint(keys), 0u);
+}
+
+}  // namespace
