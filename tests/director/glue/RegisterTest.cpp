@@ -117,6 +117,19 @@ TEST(Register, PassesHostFailuresOnExceptThoseOfTheLoadControlEntry) {
     host.registry.failEntries(kIID_IMoaMmXScript, kHostErrInjected);
     EXPECT_EQ(registerIn(host).status, kHostErrInjected);
   }
+  for (const char* key : {"safeForShockwave", "msgTable"}) {
+    GlueHost host;
+    HostStatus status = kHostOk;
+    director::HostObject* object = host.createObject(kRegistrationClassId, &status);
+    auto* registration = host.record<IMoaRegister>(object, kIID_IMoaRegister);
+    director::RegistryDictionary* xtra = host.registry.newXtraDictionary();
+    IMoaDict* entry = nullptr;
+    host.registry.AddRegistryEntry(xtra, &kScriptingClassId, &kIID_IMoaMmXScript, &entry);
+    static_cast<director::RegistryDictionary*>(entry)->failPut(key, kHostErrBadValue);
+    EXPECT_EQ(registration->Register(&host.registry, xtra), kHostErrBadValue) << key;
+    registration->Release();
+    object->Release();
+  }
 }
 
 }  // namespace
