@@ -23,8 +23,11 @@ TEST(PacketListTest, PacketsArePackedBehindTheLastDataByte) {
   // numPackets, then timeStamp(8) length(2) data(3), then the next packet at once.
   EXPECT_EQ(reinterpret_cast<Byte*>(second) - bytes, 4 + 8 + 2 + 3);
   EXPECT_EQ(MIDIPacketNext(&list->packet[0]), second);
-  EXPECT_EQ(second->timeStamp, 7u);
-  EXPECT_EQ(second->length, 1);
+  // Copies: packed fields may sit at any address, so no reference may bind to them.
+  const MIDITimeStamp time = second->timeStamp;
+  const UInt16 length = second->length;
+  EXPECT_EQ(time, 7u);
+  EXPECT_EQ(length, 1);
   EXPECT_EQ(second->data[0], 0xF8);
 }
 
@@ -46,7 +49,8 @@ TEST(PacketListTest, PacketsLongerThanTheDeclaredDataFitInALargeList) {
   MIDIPacket* packet = MIDIPacketListInit(list);
   ASSERT_NE(MIDIPacketListAdd(list, storage.size(), packet, 0, sysex.size(), sysex.data()),
             nullptr);
-  EXPECT_EQ(list->packet[0].length, 1000);
+  const UInt16 length = list->packet[0].length;
+  EXPECT_EQ(length, 1000);
   EXPECT_EQ(storage.back(), 0x11);
 }
 
