@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -54,9 +55,12 @@ int runMain(int argc, char** argv) {
     sourceName = kInlineSourceName;
   } else if (options.scriptFile && *options.scriptFile != "-") {
     std::ifstream file(*options.scriptFile, std::ios::binary);
-    if (!file || !readAll(file, text)) {
+    // A folder opens like a file on Linux and then reads as nothing.
+    std::error_code ignored;
+    bool isFolder = std::filesystem::is_directory(*options.scriptFile, ignored);
+    if (isFolder || !file || !readAll(file, text)) {
       std::cerr << kProgram << ": cannot read " << *options.scriptFile << ": "
-                << std::strerror(errno) << "\n";
+                << std::strerror(isFolder ? EISDIR : errno) << "\n";
       return kExitScriptError;
     }
     sourceName = sourceNameOf(*options.scriptFile);
