@@ -309,7 +309,7 @@ class QueueStressTest : public TonvikFixture {
 };
 
 TEST_F(QueueStressTest, NothingIsLostWhenThereIsRoomExceptWhatIsFlushed) {
-  const Stream stream = makeStream(20000, 1);
+  const Stream stream = makeStream(12000, 1);
   const Outcome outcome = run(stream, 4096, /*waitForRoom=*/true, /*flush=*/true);
   EXPECT_EQ(outcome.overflowReports, 0u);
   EXPECT_GT(outcome.received, 0u);
@@ -319,7 +319,7 @@ TEST_F(QueueStressTest, NothingIsLostWhenThereIsRoomExceptWhatIsFlushed) {
 }
 
 TEST_F(QueueStressTest, WhatOverflowsIsReportedAndTheRestArrivesInOrder) {
-  const Stream stream = makeStream(20000, 2);
+  const Stream stream = makeStream(12000, 2);
   const Outcome outcome = run(stream, 1024, /*waitForRoom=*/false, /*flush=*/false);
   EXPECT_GT(outcome.received, 0u);
   if (outcome.received < stream.expected.size() || outcome.gaps > 0) {
