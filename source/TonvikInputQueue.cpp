@@ -216,14 +216,15 @@ void TonvikBase::ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t leng
   if (inputQueue_ == nullptr || length == 0) return;
   if (sysexInProgress_) EndSysexAssembly();  // abandons the unfinished message, silently
 
+  // A filtered dump claims no room, so it cannot raise the overflow flag however long it is.
+  if ((statusFilter_[kSysexStart & kChannelMask].load(std::memory_order_relaxed) &
+       kSystemFilterBit) == 0) {
+    return;
+  }
   sysexWriteIndex_ = inputWriteIndex_.load(std::memory_order_relaxed);
   sysexTimestamp_ = timestamp;
   if (FreeSpace(sysexWriteIndex_) < std::uint64_t{length} + kTimestampBytes) {
     MarkOverflow();
-    return;
-  }
-  if ((statusFilter_[kSysexStart & kChannelMask].load(std::memory_order_relaxed) &
-       kSystemFilterBit) == 0) {
     return;
   }
 

@@ -370,6 +370,11 @@ TEST_F(InputQueueTest, TheSysexFilterBitGovernsSysexInput) {
   receiveContinuation({0x02});
   receiveContinuation({0xF7});
   platform_.receiveShort(0xF8);
+  // A filtered dump claims no room, even one larger than the ring.
+  Bytes larger(5000, 0x33);
+  larger.front() = 0xF0;
+  larger.back() = 0xF7;
+  receiveChunk(larger);
   EXPECT_FALSE(platform_.InputOverflowed());
   EXPECT_EQ(pending(), "[[#type: #clock, #timestamp: 0]]");
 
