@@ -62,19 +62,6 @@ TEST_F(ErrorResultTest, PlatformAnswersItsOwnCodeAndTheBaseDoesNot) {
   store_.release(result);
 }
 
-TEST_F(ErrorResultTest, KeysAreTheInternedSymbols) {
-  LingoValue result;
-  platform_.MakeErrorResult(kErrInputNotOpen, &result);
-  ASSERT_EQ(store_.count(result), 2);
-  LingoValue code = store_.keyAt(result, 1);
-  LingoValue text = store_.keyAt(result, 2);
-  EXPECT_EQ(store_.symbol(code), store_.intern("code"));
-  EXPECT_EQ(store_.symbol(text), store_.intern("text"));
-  store_.release(code);
-  store_.release(text);
-  store_.release(result);
-}
-
 TEST(TonvikBaseLifecycle, ConstructionHoldsFortySymbolValuesAndDestructionGivesThemBack) {
   director::ValueStore store;
   {

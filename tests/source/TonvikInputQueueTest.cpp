@@ -26,13 +26,6 @@ class InputQueueTest : public TonvikFixture {
     }
     return bytes;
   }
-  void receiveChunk(const Bytes& chunk) {
-    platform_.ReceiveSysexStart(chunk.data(), static_cast<std::uint32_t>(chunk.size()),
-                                static_cast<std::uint32_t>(platform_.time));
-  }
-  void receiveContinuation(const Bytes& chunk) {
-    platform_.ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()));
-  }
   // Moves the ring's write position to offset by queueing and discarding records of 5 and 6
   // bytes, one lap of the ring plus the offset in all.
   void moveWritePositionTo(std::uint32_t offset) {
@@ -133,7 +126,7 @@ TEST_F(InputQueueTest, RecordsHoldTheStoredBytesThenTheTimestampMostSignificantF
     EXPECT_EQ(queuedRecordBytes(), c.record) << std::hex << int(c.message[0]);
     platform_.FlushInput();
   }
-  receiveChunk({0xF0, 0x7D, 0x01, 0x02, 0xF7});
+  platform_.receive({0xF0, 0x7D, 0x01, 0x02, 0xF7});
   EXPECT_EQ(queuedRecordBytes(), (Bytes{0xF0, 0x7D, 0x01, 0x02, 0xF7, 1, 2, 3, 4}));
 }
 
@@ -190,8 +183,8 @@ TEST_F(InputQueueTest, RecordsWrapAroundTheEndOfTheRingAtEveryOffset) {
     moveWritePositionTo(offset);
     platform_.time = 0x7F00FF01;
     platform_.receiveShort(0xE3, 0x7F, 0x7F);
-    receiveChunk({0xF0, 0x7D, 0x01, 0x02, 0xF7});
-    receiveChunk({0xF0, 0x01, 0x05, 0xF7, 0x06, 0xF7});
+    platform_.receive({0xF0, 0x7D, 0x01, 0x02, 0xF7});
+    platform_.receive({0xF0, 0x01, 0x05, 0xF7, 0x06, 0xF7});
     platform_.receiveShort(0xD2, 0x40);
     ASSERT_EQ(pending(),
               "[[#type: #pitchBend, #channel: 4, #amount: 8191, #timestamp: 2130771713], "
@@ -206,18 +199,18 @@ TEST_F(InputQueueTest, RecordsWrapAroundTheEndOfTheRingAtEveryOffset) {
 
 TEST_F(InputQueueTest, ChunkedSysexBecomesOneRecordStampedWithItsFirstChunk) {
   platform_.time = 10;
-  receiveChunk({0xF0, 0x7D, 0x01});
+  platform_.receive({0xF0, 0x7D, 0x01});
   platform_.time = 20;
-  receiveContinuation({0x02});
+  platform_.receiveMore({0x02});
   EXPECT_FALSE(platform_.MessagesPending());
-  receiveContinuation({0xF7});
+  platform_.receiveMore({0xF7});
   EXPECT_EQ(queuedRecordBytes(), (Bytes{0xF0, 0x7D, 0x01, 0x02, 0xF7, 0, 0, 0, 10}));
   EXPECT_EQ(next(),
             "[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 2], #timestamp: 10]");
 }
 
 TEST_F(InputQueueTest, ContinuationWithoutAStartIsIgnored) {
-  receiveContinuation({0x01, 0xF7});
+  platform_.receiveMore({0x01, 0xF7});
   EXPECT_FALSE(platform_.MessagesPending());
   EXPECT_FALSE(platform_.InputOverflowed());
 }
@@ -227,30 +220,30 @@ TEST_F(InputQueueTest, SysexThatDoesNotFitIsDroppedWholeAndItsLaterChunksIgnored
   Bytes fits(1019, 0x11);
   fits.front() = 0xF0;
   fits.back() = 0xF7;
-  receiveChunk(fits);
+  platform_.receive(fits);
   EXPECT_FALSE(platform_.InputOverflowed());
   EXPECT_EQ(queuedBytes(), 1023u);
   platform_.FlushInput();
   Bytes tooLong(1020, 0x11);
   tooLong.front() = 0xF0;
   tooLong.back() = 0xF7;
-  receiveChunk(tooLong);
+  platform_.receive(tooLong);
   EXPECT_TRUE(platform_.InputOverflowed());
   EXPECT_FALSE(platform_.MessagesPending());
 
   Bytes start(1000, 0x22);
   start.front() = 0xF0;
-  receiveChunk(start);
-  receiveContinuation(Bytes(20, 0x22));
+  platform_.receive(start);
+  platform_.receiveMore(Bytes(20, 0x22));
   EXPECT_TRUE(platform_.InputOverflowed());
-  receiveContinuation({0x22, 0xF7});
+  platform_.receiveMore({0x22, 0xF7});
   EXPECT_FALSE(platform_.MessagesPending());
   EXPECT_FALSE(platform_.InputOverflowed());
 
   Bytes larger(5000, 0x33);
   larger.front() = 0xF0;
   larger.back() = 0xF7;
-  receiveChunk(larger);
+  platform_.receive(larger);
   EXPECT_TRUE(platform_.InputOverflowed());
   EXPECT_FALSE(platform_.MessagesPending());
 
@@ -260,27 +253,27 @@ TEST_F(InputQueueTest, SysexThatDoesNotFitIsDroppedWholeAndItsLaterChunksIgnored
 }
 
 TEST_F(InputQueueTest, NewStartAbandonsTheUnfinishedMessageSilently) {
-  receiveChunk({0xF0, 0x7D, 0x01});
-  receiveChunk({0xF0, 0x7E, 0x02});
-  receiveContinuation({0xF7});
+  platform_.receive({0xF0, 0x7D, 0x01});
+  platform_.receive({0xF0, 0x7E, 0x02});
+  platform_.receiveMore({0xF7});
   EXPECT_FALSE(platform_.InputOverflowed());
   EXPECT_EQ(pending(),
             "[[#type: #systemExclusive, #manufacturerID: 126, #data: [2], #timestamp: 0]]");
 }
 
 TEST_F(InputQueueTest, EmptySysexIsDropped) {
-  receiveChunk({0xF0, 0xF7});
-  receiveChunk({0xF0});
-  receiveContinuation({0xF7});
+  platform_.receive({0xF0, 0xF7});
+  platform_.receive({0xF0});
+  platform_.receiveMore({0xF7});
   EXPECT_FALSE(platform_.MessagesPending());
   EXPECT_FALSE(platform_.InputOverflowed());
 }
 
 TEST_F(InputQueueTest, RecordsWithBytesBehindAnInnerF7AreReportedWholeAndKeepTheQueueInStep) {
-  receiveChunk({0xF0, 0x7D, 0x01, 0xF7, 0xF0, 0x7E, 0x02, 0xF7});
-  receiveChunk({0xF0, 0x10, 0x01});
-  receiveContinuation({0xF7, 0x05, 0xF7});
-  receiveChunk({0xF0, 0xF7, 0x03, 0xF7});
+  platform_.receive({0xF0, 0x7D, 0x01, 0xF7, 0xF0, 0x7E, 0x02, 0xF7});
+  platform_.receive({0xF0, 0x10, 0x01});
+  platform_.receiveMore({0xF7, 0x05, 0xF7});
+  platform_.receive({0xF0, 0xF7, 0x03, 0xF7});
   platform_.receiveShort(0xFA);
   EXPECT_EQ(pending(),
             "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 247, 240, 126, 2], "
@@ -292,13 +285,13 @@ TEST_F(InputQueueTest, RecordsWithBytesBehindAnInnerF7AreReportedWholeAndKeepThe
 
 TEST_F(InputQueueTest, ShortMessagesDuringSysexArePublishedBehindItInArrivalOrder) {
   platform_.time = 1;
-  receiveChunk({0xF0, 0x7D, 0x01});
+  platform_.receive({0xF0, 0x7D, 0x01});
   platform_.time = 2;
   platform_.receiveShort(0xF8);
   platform_.time = 3;
   platform_.receiveShort(0x91, 60, 0);
   EXPECT_FALSE(platform_.MessagesPending());
-  receiveContinuation({0x02, 0xF7});
+  platform_.receiveMore({0x02, 0xF7});
   EXPECT_EQ(pending(),
             "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 2], #timestamp: 1], "
             "[#type: #clock, #timestamp: 2], "
@@ -306,29 +299,29 @@ TEST_F(InputQueueTest, ShortMessagesDuringSysexArePublishedBehindItInArrivalOrde
 }
 
 TEST_F(InputQueueTest, HeldMessagesFollowAnAbandonedSysexAndPrecedeTheNextOne) {
-  receiveChunk({0xF0, 0x7D, 0x01});
+  platform_.receive({0xF0, 0x7D, 0x01});
   platform_.receiveShort(0xFE);
-  receiveChunk({0xF0, 0x7E, 0x02, 0xF7});
+  platform_.receive({0xF0, 0x7E, 0x02, 0xF7});
   EXPECT_EQ(pending(),
             "[[#type: #activeSensing, #timestamp: 0], "
             "[#type: #systemExclusive, #manufacturerID: 126, #data: [2], #timestamp: 0]]");
 
   // Abandoned for want of room: the held message still arrives, after the flag.
-  receiveChunk({0xF0, 0x7D});
+  platform_.receive({0xF0, 0x7D});
   platform_.receiveShort(0xFC);
-  receiveContinuation(Bytes(1100, 0x01));
+  platform_.receiveMore(Bytes(1100, 0x01));
   EXPECT_TRUE(platform_.InputOverflowed());
   EXPECT_EQ(pending(), "[[#type: #stop, #timestamp: 0]]");
 }
 
 TEST_F(InputQueueTest, HoldBufferKeeps64MessagesAndFlagsTheRest) {
-  receiveChunk({0xF0, 0x7D});
+  platform_.receive({0xF0, 0x7D});
   for (int i = 0; i < 66; ++i) {
     platform_.time = i;
     platform_.receiveShort(0xF8);
   }
   EXPECT_TRUE(platform_.InputOverflowed());
-  receiveContinuation({0xF7});
+  platform_.receiveMore({0xF7});
   EXPECT_EQ(next(), "[#type: #systemExclusive, #manufacturerID: 125, #data: [], #timestamp: 0]");
   for (int i = 0; i < 64; ++i) {
     ASSERT_EQ(next(), "[#type: #clock, #timestamp: " + std::to_string(i) + "]");
@@ -351,10 +344,10 @@ TEST_F(InputQueueTest, FilteredMessagesDuringSysexAreNotHeld) {
   EXPECT_EQ(platform_.SetSystemFilter(&both), kErrNone);
   store_.release(both);
 
-  receiveChunk({0xF0, 0x7D});
+  platform_.receive({0xF0, 0x7D});
   for (int i = 0; i < 100; ++i) platform_.receiveShort(0xFE);
   platform_.receiveShort(0xF8);
-  receiveContinuation({0xF7});
+  platform_.receiveMore({0xF7});
   EXPECT_FALSE(platform_.InputOverflowed());
   EXPECT_EQ(pending(),
             "[[#type: #systemExclusive, #manufacturerID: 125, #data: [], #timestamp: 0], "
@@ -365,23 +358,23 @@ TEST_F(InputQueueTest, TheSysexFilterBitGovernsSysexInput) {
   LingoValue realTime = store_.makeSymbol("realTime");
   EXPECT_EQ(platform_.SetSystemFilter(&realTime), kErrNone);
   store_.release(realTime);
-  receiveChunk({0xF0, 0x7D, 0x01, 0xF7});
-  receiveChunk({0xF0, 0x7D, 0x01});
-  receiveContinuation({0x02});
-  receiveContinuation({0xF7});
+  platform_.receive({0xF0, 0x7D, 0x01, 0xF7});
+  platform_.receive({0xF0, 0x7D, 0x01});
+  platform_.receiveMore({0x02});
+  platform_.receiveMore({0xF7});
   platform_.receiveShort(0xF8);
   // A filtered dump claims no room, even one larger than the ring.
   Bytes larger(5000, 0x33);
   larger.front() = 0xF0;
   larger.back() = 0xF7;
-  receiveChunk(larger);
+  platform_.receive(larger);
   EXPECT_FALSE(platform_.InputOverflowed());
   EXPECT_EQ(pending(), "[[#type: #clock, #timestamp: 0]]");
 
   LingoValue sysex = store_.makeSymbol("systemExclusive");
   EXPECT_EQ(platform_.SetSystemFilter(&sysex), kErrNone);
   store_.release(sysex);
-  receiveChunk({0xF0, 0x7D, 0x01, 0xF7});
+  platform_.receive({0xF0, 0x7D, 0x01, 0xF7});
   EXPECT_EQ(pending(),
             "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1], #timestamp: 0]]");
 }

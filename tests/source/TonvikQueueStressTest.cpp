@@ -43,7 +43,7 @@ Stream makeStream(std::uint32_t messages, std::uint32_t seed) {
     const std::string ch = std::to_string(channel + 1);
     Event event{Event::Short, {}, seq, false};
     std::string text;
-    switch (below(6)) {
+    switch (below(3)) {
       case 0:
         event.bytes = {static_cast<std::uint8_t>(0x90 | channel), a,
                        static_cast<std::uint8_t>(b | 1)};
@@ -51,22 +51,8 @@ Stream makeStream(std::uint32_t messages, std::uint32_t seed) {
                ", #velocity: " + std::to_string(b | 1);
         break;
       case 1:
-        event.bytes = {static_cast<std::uint8_t>(0xB0 | channel), below(120), b};
-        text = "[#type: #controlChange, #channel: " + ch +
-               ", #number: " + std::to_string(event.bytes[1]) + ", #value: " + std::to_string(b);
-        break;
-      case 2:
         event.bytes = {static_cast<std::uint8_t>(0xC0 | channel), a, 0};
         text = "[#type: #programChange, #channel: " + ch + ", #number: " + std::to_string(a);
-        break;
-      case 3:
-        event.bytes = {static_cast<std::uint8_t>(0xE0 | channel), a, b};
-        text = "[#type: #pitchBend, #channel: " + ch +
-               ", #amount: " + std::to_string(((b << 7) | a) - 8192);
-        break;
-      case 4:
-        event.bytes = {0xF2, a, b};
-        text = "[#type: #songPositionPointer, #position: " + std::to_string((b << 7) | a);
         break;
       default:
         event.bytes = {0xF8, 0, 0};

@@ -130,13 +130,11 @@ class RecordingPlatform : public TonvikBase {
   using TonvikBase::ReceiveShortMessage;
   using TonvikBase::ReceiveSysexContinuation;
   using TonvikBase::ReceiveSysexStart;
-  void receive(std::initializer_list<std::uint8_t> bytes) {
-    const std::vector<std::uint8_t> chunk(bytes);
+  void receive(const std::vector<std::uint8_t>& chunk) {
     ReceiveSysexStart(chunk.data(), static_cast<std::uint32_t>(chunk.size()),
                       static_cast<std::uint32_t>(time));
   }
-  void receiveMore(std::initializer_list<std::uint8_t> bytes) {
-    const std::vector<std::uint8_t> chunk(bytes);
+  void receiveMore(const std::vector<std::uint8_t>& chunk) {
     ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()));
   }
   void receiveShort(std::uint8_t status, std::uint8_t data1 = 0, std::uint8_t data2 = 0) {
