@@ -1,7 +1,7 @@
 -- Prints every message that arrives on input port 1 for a few seconds.
 -- Run it with: build/bin/tonvik examples/monitor.ls  (or --midi jack for real MIDI)
 
-seconds = 10
+seconds = 5
 midi = new(xtra "Tonvik")
 put midi.Init()
 put "Input ports:", midi.GetInputPorts()

@@ -1,9 +1,41 @@
 #include "HostSetup.h"
 
+#include <iostream>
+#include <stdexcept>
+
+#include "LoaderBridge.h"
+#include "MidiHostFunctions.h"
+#include "MidiSystemControl.h"
+
 namespace tonvik {
 
-// No Xtras are loaded yet: scripts run with the language and its built-ins only, and `wait`
-// sleeps.
-void installHost(Interpreter&, const Options&) {}
+namespace {
+constexpr double kDeliveryTimeoutSeconds = 10.0;
+}  // namespace
+
+void installHost(Interpreter& interpreter, const Options& options) {
+  // The MIDI system must be chosen before anything (the Xtra included) first touches it.
+  const char* backend = options.midi == MidiSystem::Jack ? "jack" : "virtual";
+  if (!midisystem::selectBackend(backend)) {
+    throw std::runtime_error(std::string("the ") + backend +
+                             " MIDI system is not available in this build");
+  }
+
+  auto host = std::make_shared<HostState>();
+  for (const std::string& problem : host->loader.loadBesideExecutable()) {
+    std::cerr << "tonvik: " << problem << "\n";
+  }
+  interpreter.setXtraBridge(std::make_shared<LoaderBridge>(host));
+  registerMidiHostFunctions(interpreter, host, options.midi);
+
+  // Device notifications reach the Xtra only while this thread runs its run loop. On the virtual
+  // system a wait also lets every send in flight arrive first, so a script that sends to the
+  // loopback bus and waits finds its messages there however busy the machine is.
+  const bool isVirtual = options.midi == MidiSystem::Virtual;
+  interpreter.setRunLoopStep([isVirtual](std::chrono::milliseconds duration) {
+    if (isVirtual && duration.count() > 0) midisystem::waitUntilDelivered(kDeliveryTimeoutSeconds);
+    midisystem::runRunLoop(static_cast<double>(duration.count()) / 1000.0);
+  });
+}
 
 }  // namespace tonvik

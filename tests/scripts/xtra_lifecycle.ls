@@ -1,0 +1,32 @@
+-- The instance before and after Init, the error results of opening and closing, and the
+-- host's census: an instance holds its 40 symbol values and nothing else between calls.
+put hostLiveValues()
+midi = new(xtra "tonvik")
+put midi
+put hostLiveValues()
+put midi.GetInputPorts(), midi.GetOutputPorts()
+put midi.OpenInput(0, 100)
+put midi.CloseOutput()
+put midi.MessagesPending(), midi.InputOverflowed()
+put midi.GetNextMessage(), midi.GetPendingMessages()
+put midi.Init()
+put GetInputPorts(midi)
+put midi.OpenInput(0, 100)
+put midi.OpenInput(2, 100)
+put midi.OpenInput(1, 100)
+put midi.OpenInput(1, 100)
+put midi.CloseInput()
+put midi.CloseInput()
+put midi.OpenOutput(2)
+put midi.OpenOutput(1)
+put midi.OpenOutput(1)
+put midi.CloseOutput()
+put midi.CloseOutput()
+put midi.SendMessage([#clock])
+put midi.ResetTimer(), midi.FlushInput()
+put midi.GetTime() < 1000
+put hostLiveValues()
+midi.OpenInput(1, 2048)
+midi.OpenOutput(1)
+midi = 0
+put hostLiveValues()
