@@ -15,8 +15,6 @@ namespace {
 constexpr double kMillisecondsPerNanosecond = 0.000001;
 constexpr double kSecondsPerNanosecond = 0.000000001;
 constexpr const char* kNoMidiClientText = "Couldn't create Core Midi client";
-constexpr const char* kCodeKey = "code";
-constexpr const char* kTextKey = "text";
 
 constexpr std::uint8_t kSysexStart = 0xF0;
 constexpr std::uint8_t kSysexEnd = 0xF7;
@@ -211,26 +209,7 @@ std::int32_t MacOsxTonvik::CloseOutput() {
 
 HostStatus MacOsxTonvik::MakeErrorResult(std::int32_t code, LingoValue* result) {
   if (code != kErrNoMidiClient) return TonvikBase::MakeErrorResult(code, result);
-  // Statuses are not examined: a failing host leaves the result incomplete, as the base does.
-  listInterface_->NewPropertyList(result);
-  LingoValue number;
-  valueInterface_->MakeIntegerValue(code, &number);
-  appendErrorProperty(result, kCodeKey, &number);
-  LingoValue text;
-  valueInterface_->MakeStringValue(kNoMidiClientText, &text);
-  return appendErrorProperty(result, kTextKey, &text);
-}
-
-HostStatus MacOsxTonvik::appendErrorProperty(LingoValue* result, const char* key,
-                                             LingoValue* value) {
-  LingoSymbol symbol = 0;
-  LingoValue keyValue;
-  valueInterface_->InternSymbol(key, &symbol);
-  valueInterface_->MakeSymbolValue(symbol, &keyValue);
-  const HostStatus status = listInterface_->AppendProperty(result, &keyValue, value);
-  valueInterface_->ReleaseValue(&keyValue);
-  valueInterface_->ReleaseValue(value);
-  return status;
+  return MakeErrorResultWithText(code, kNoMidiClientText, result);
 }
 
 std::int32_t MacOsxTonvik::SendShortMessage(std::uint8_t status, std::uint8_t data1,

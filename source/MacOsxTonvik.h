@@ -58,7 +58,6 @@ class MacOsxTonvik : public TonvikBase, public MidiConsumer, public TimeSource {
   static std::uint64_t hostNanosNow();
 
   void appendNames(const DeviceList& devices, LingoValue* list);
-  HostStatus appendErrorProperty(LingoValue* result, const char* key, LingoValue* value);
   SysexSendRecord* allocateSysexRecord(std::uint32_t length);
   void releaseSysexRecord(SysexSendRecord* record);
   void reclaimSysexRecords();

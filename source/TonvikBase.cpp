@@ -228,13 +228,16 @@ void TonvikBase::AppendIntegerProperty(LingoValue* list, const LingoValue* key,
 }
 
 HostStatus TonvikBase::MakeErrorResult(std::int32_t code, LingoValue* result) {
-  listInterface_->NewPropertyList(result);
-  AppendIntegerProperty(result, &codeValue_, code);
-
   const auto index = static_cast<std::uint32_t>(code);
   const char* message = index < kErrorMessageCount ? kErrorMessages[index] : nullptr;
   if (message == nullptr) message = kUnknownErrorMessage;
+  return MakeErrorResultWithText(code, message, result);
+}
 
+HostStatus TonvikBase::MakeErrorResultWithText(std::int32_t code, const char* message,
+                                               LingoValue* result) {
+  listInterface_->NewPropertyList(result);
+  AppendIntegerProperty(result, &codeValue_, code);
   LingoValue text;
   valueInterface_->MakeStringValue(message, &text);
   listInterface_->AppendProperty(result, &textValue_, &text);

@@ -82,6 +82,10 @@ class TonvikBase {
 
   // Reads the integer at a one-based position of a message list, checked against an inclusive
   // range; stores its low 8 bits.
+  // The error list [#code: code, #text: message], keyed by the instance's own symbol values; for
+  // platform codes that the base table does not know.
+  HostStatus MakeErrorResultWithText(std::int32_t code, const char* message, LingoValue* result);
+
   std::int32_t GetIntegerProperty(const LingoValue* message, std::int32_t position,
                                   std::int32_t minimum, std::int32_t maximum, std::uint8_t* value);
 
@@ -154,6 +158,9 @@ class TonvikBase {
   std::uint32_t DecodeSysex(std::uint32_t position, std::uint32_t end, LingoValue* message);
 
   // Sending.
+  // Reads the integer at a one-based position: 11 when it is missing, 10 when it is no integer.
+  std::int32_t ReadIntegerProperty(const LingoValue* message, std::int32_t position,
+                                   std::int32_t* number);
   std::int32_t Get14BitProperty(const LingoValue* message, std::int32_t position,
                                 std::int32_t offset, std::uint8_t* low, std::uint8_t* high);
   std::int32_t UnpackChannel(const LingoValue* message, std::uint8_t* status);

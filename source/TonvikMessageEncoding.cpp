@@ -142,17 +142,24 @@ std::int32_t TonvikBase::SendByRule(const SendRule& rule, const LingoValue* mess
   return SendShortMessage(status, data1, data2, length);
 }
 
-std::int32_t TonvikBase::GetIntegerProperty(const LingoValue* message, std::int32_t position,
-                                            std::int32_t minimum, std::int32_t maximum,
-                                            std::uint8_t* value) {
+std::int32_t TonvikBase::ReadIntegerProperty(const LingoValue* message, std::int32_t position,
+                                             std::int32_t* number) {
   LingoValue item;
   if (listInterface_->GetListItem(message, position, &item) != kHostOk) {
     return kErrMissingProperty;
   }
-  std::int32_t number = 0;
-  const HostStatus status = valueInterface_->ReadIntegerValue(&item, &number);
+  // The item is released whether or not it read as an integer.
+  const HostStatus status = valueInterface_->ReadIntegerValue(&item, number);
   valueInterface_->ReleaseValue(&item);
-  if (status != kHostOk) return kErrPropertyNotInteger;
+  return status == kHostOk ? kErrNone : kErrPropertyNotInteger;
+}
+
+std::int32_t TonvikBase::GetIntegerProperty(const LingoValue* message, std::int32_t position,
+                                            std::int32_t minimum, std::int32_t maximum,
+                                            std::uint8_t* value) {
+  std::int32_t number = 0;
+  const std::int32_t read = ReadIntegerProperty(message, position, &number);
+  if (read != kErrNone) return read;
   if (number < minimum || number > maximum) return kErrPropertyOutOfRange;
   *value = static_cast<std::uint8_t>(number);
   return kErrNone;
@@ -161,14 +168,9 @@ std::int32_t TonvikBase::GetIntegerProperty(const LingoValue* message, std::int3
 std::int32_t TonvikBase::Get14BitProperty(const LingoValue* message, std::int32_t position,
                                           std::int32_t offset, std::uint8_t* low,
                                           std::uint8_t* high) {
-  LingoValue item;
-  if (listInterface_->GetListItem(message, position, &item) != kHostOk) {
-    return kErrMissingProperty;
-  }
   std::int32_t number = 0;
-  const HostStatus status = valueInterface_->ReadIntegerValue(&item, &number);
-  valueInterface_->ReleaseValue(&item);
-  if (status != kHostOk) return kErrPropertyNotInteger;
+  const std::int32_t read = ReadIntegerProperty(message, position, &number);
+  if (read != kErrNone) return read;
   // Unsigned, so that values below -offset wrap far above the maximum instead of overflowing.
   const std::uint32_t sum = static_cast<std::uint32_t>(number) + static_cast<std::uint32_t>(offset);
   if (sum > kFourteenBitMaximum) return kErrPropertyOutOfRange;
