@@ -1,0 +1,134 @@
+#include "RealtimeProbe.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+
+namespace realtime {
+namespace {
+
+std::atomic<std::uint64_t> sections{0};
+std::atomic<std::uint64_t> allocations{0};
+std::atomic<std::uint64_t> frees{0};
+std::atomic<std::uint64_t> mutexLocks{0};
+
+// Plain thread-local storage of a trivial type: reading it neither allocates nor locks.
+thread_local bool watching = false;
+
+void count(std::atomic<std::uint64_t>& counter) {
+  if (watching) counter.fetch_add(1, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+Counts counts() {
+  return {sections.load(), allocations.load(), frees.load(), mutexLocks.load()};
+}
+
+void resetCounts() {
+  for (auto* counter : {&sections, &allocations, &frees, &mutexLocks}) counter->store(0);
+}
+
+WatchedSection::WatchedSection() : outer_(!watching) {
+  if (outer_) sections.fetch_add(1, std::memory_order_relaxed);
+  watching = true;
+}
+
+WatchedSection::~WatchedSection() {
+  if (outer_) watching = false;
+}
+
+}  // namespace realtime
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+// glibc's own entry points, reached without going back through the replacements below.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void __libc_free(void* block);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+int tonvikRealMutexLock(pthread_mutex_t* mutex);
+int tonvikRealMutexTrylock(pthread_mutex_t* mutex);
+}
+__asm__(".symver tonvikRealMutexLock, __pthread_mutex_lock@GLIBC_2.2.5");
+__asm__(".symver tonvikRealMutexTrylock, __pthread_mutex_trylock@GLIBC_2.2.5");
+
+using realtime::allocations;
+using realtime::frees;
+using realtime::mutexLocks;
+
+extern "C" {
+
+void* malloc(std::size_t size) {
+  realtime::count(allocations);
+  return __libc_malloc(size);
+}
+
+void* calloc(std::size_t count, std::size_t size) {
+  realtime::count(allocations);
+  return __libc_calloc(count, size);
+}
+
+void* realloc(void* block, std::size_t size) {
+  realtime::count(allocations);
+  return __libc_realloc(block, size);
+}
+
+void free(void* block) {
+  if (block != nullptr) realtime::count(frees);
+  __libc_free(block);
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  realtime::count(allocations);
+  return __libc_memalign(alignment, size);
+}
+
+int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
+  realtime::count(allocations);
+  void* block = __libc_memalign(alignment, size);
+  if (block == nullptr) return ENOMEM;
+  *out = block;
+  return 0;
+}
+
+int pthread_mutex_lock(pthread_mutex_t* mutex) {
+  realtime::count(mutexLocks);
+  return tonvikRealMutexLock(mutex);
+}
+
+int pthread_mutex_trylock(pthread_mutex_t* mutex) {
+  realtime::count(mutexLocks);
+  return tonvikRealMutexTrylock(mutex);
+}
+
+}  // extern "C"
+
+// libstdc++ allocates through malloc already; these make the route explicit for every form.
+void* operator new(std::size_t size) {
+  void* block = malloc(size == 0 ? 1 : size);
+  if (block == nullptr) std::abort();
+  return block;
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void operator delete(void* block) noexcept {
+  free(block);
+}
+void operator delete[](void* block) noexcept {
+  free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+  free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
+  free(block);
+}
+
+#endif

@@ -1,0 +1,38 @@
+// Counts heap operations and mutex acquisitions made inside a watched section of one thread.
+// The counting replaces malloc, free and pthread_mutex_lock for the whole test binary, so it is
+// only built where no sanitizer runtime owns those functions.
+#pragma once
+
+#include <cstdint>
+
+namespace realtime {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kProbeAvailable = false;
+#else
+inline constexpr bool kProbeAvailable = true;
+#endif
+
+struct Counts {
+  std::uint64_t sections = 0;     // watched sections entered
+  std::uint64_t allocations = 0;  // malloc, calloc, realloc, aligned allocations
+  std::uint64_t frees = 0;
+  std::uint64_t mutexLocks = 0;  // pthread_mutex_lock and pthread_mutex_trylock
+};
+
+Counts counts();
+void resetCounts();
+
+// Marks the calling thread's work between construction and destruction as watched.
+class WatchedSection {
+ public:
+  WatchedSection();
+  ~WatchedSection();
+  WatchedSection(const WatchedSection&) = delete;
+  WatchedSection& operator=(const WatchedSection&) = delete;
+
+ private:
+  bool outer_;
+};
+
+}  // namespace realtime
