@@ -1,0 +1,183 @@
+// The script's side of the queue: records decoded into Lingo lists by GetNextMessage and
+// GetPendingMessages, beside the host value operations alone that the same lists cost, so that
+// scripts/bench can tell how much of the drain is ours and how much the host's.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "BenchPlatform.h"
+
+namespace {
+
+constexpr std::int32_t kRingBytes = 16 << 20;
+// A burst that a script should be able to drain within one 60 Hz frame.
+constexpr int kBurst = 10000;
+constexpr std::uint32_t kSysexBytes = 1024;
+constexpr int kSysexBurst = 100;
+
+void fillShort(bench::BenchPlatform& platform, int count) {
+  for (int i = 0; i < count; ++i) {
+    platform.ReceiveShortMessage(static_cast<std::uint8_t>(0x90 | (i & 0x0F)),
+                                 static_cast<std::uint8_t>(i & 0x7F), 100,
+                                 static_cast<std::uint32_t>(i));
+  }
+}
+
+void fillSysex(bench::BenchPlatform& platform, int count) {
+  const std::vector<std::uint8_t> dump = bench::sysexDump(kSysexBytes);
+  for (int i = 0; i < count; ++i) bench::receiveDump(platform, dump, kSysexBytes, 0);
+}
+
+// One call per message, each into a fresh property list, as the dispatcher makes them.
+void getNextMessages(benchmark::State& state, void (*fill)(bench::BenchPlatform&, int), int count) {
+  director::ValueStore store;
+  bench::BenchPlatform platform(store);
+  platform.OpenInput(0, kRingBytes);
+  HostListInterface* lists = store.listInterface();
+  HostValueInterface* values = store.valueInterface();
+  for (auto _ : state) {
+    state.PauseTiming();
+    fill(platform, count);
+    state.ResumeTiming();
+    for (int i = 0; i < count; ++i) {
+      LingoValue message;
+      lists->NewPropertyList(&message);
+      platform.GetNextMessage(&message);
+      values->ReleaseValue(&message);
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+}
+
+void getPendingMessages(benchmark::State& state, void (*fill)(bench::BenchPlatform&, int),
+                        int count) {
+  director::ValueStore store;
+  bench::BenchPlatform platform(store);
+  platform.OpenInput(0, kRingBytes);
+  for (auto _ : state) {
+    state.PauseTiming();
+    fill(platform, count);
+    LingoValue messages = store.makeLinearList();
+    state.ResumeTiming();
+    platform.GetPendingMessages(&messages);
+    state.PauseTiming();
+    store.release(messages);
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+}
+
+void BM_GetNextMessage_Short(benchmark::State& state) {
+  getNextMessages(state, fillShort, kBurst);
+}
+BENCHMARK(BM_GetNextMessage_Short)->Unit(benchmark::kMillisecond);
+
+void BM_GetPendingMessages_Short(benchmark::State& state) {
+  getPendingMessages(state, fillShort, kBurst);
+}
+BENCHMARK(BM_GetPendingMessages_Short)->Unit(benchmark::kMillisecond);
+
+void BM_GetNextMessage_Sysex1K(benchmark::State& state) {
+  getNextMessages(state, fillSysex, kSysexBurst);
+}
+BENCHMARK(BM_GetNextMessage_Sysex1K)->Unit(benchmark::kMillisecond);
+
+void BM_GetPendingMessages_Sysex1K(benchmark::State& state) {
+  getPendingMessages(state, fillSysex, kSysexBurst);
+}
+BENCHMARK(BM_GetPendingMessages_Sysex1K)->Unit(benchmark::kMillisecond);
+
+// The host operations that GetPendingMessages makes for a note-on, and nothing else: the floor
+// that any decoder into these lists pays.
+class HostOnly {
+ public:
+  explicit HostOnly(director::ValueStore& store)
+      : values_(store.valueInterface()), lists_(store.listInterface()) {
+    for (const char* name : {"type", "noteOn", "channel", "number", "velocity", "timestamp",
+                             "systemExclusive", "manufacturerID", "data"}) {
+      symbols_.push_back(store.makeSymbol(name));
+    }
+  }
+  void release(director::ValueStore& store) {
+    for (LingoValue& symbol : symbols_) store.release(symbol);
+  }
+
+  void noteOn(LingoValue* messages, std::int32_t key, std::int32_t time) {
+    LingoValue message;
+    lists_->NewPropertyList(&message);
+    lists_->AppendProperty(&message, &symbols_[kType], &symbols_[kNoteOn]);
+    integer(&message, kChannel, 1);
+    integer(&message, kNumber, key);
+    integer(&message, kVelocity, 100);
+    finish(messages, &message, time);
+  }
+  void sysex(LingoValue* messages, std::uint32_t dataBytes, std::int32_t time) {
+    LingoValue message;
+    lists_->NewPropertyList(&message);
+    lists_->AppendProperty(&message, &symbols_[kType], &symbols_[kSysex]);
+    integer(&message, kManufacturer, 0x7D);
+    LingoValue data;
+    lists_->NewLinearList(&data);
+    for (std::uint32_t i = 0; i < dataBytes; ++i) {
+      LingoValue item;
+      values_->MakeIntegerValue(static_cast<std::int32_t>(i & 0x7F), &item);
+      lists_->AppendListItem(&data, &item);
+      values_->ReleaseValue(&item);
+    }
+    lists_->AppendProperty(&message, &symbols_[kData], &data);
+    values_->ReleaseValue(&data);
+    finish(messages, &message, time);
+  }
+
+ private:
+  enum { kType, kNoteOn, kChannel, kNumber, kVelocity, kTimestamp, kSysex, kManufacturer, kData };
+
+  void integer(LingoValue* message, int key, std::int32_t number) {
+    LingoValue value;
+    values_->MakeIntegerValue(number, &value);
+    lists_->AppendProperty(message, &symbols_[key], &value);
+    values_->ReleaseValue(&value);
+  }
+  void finish(LingoValue* messages, LingoValue* message, std::int32_t time) {
+    integer(message, kTimestamp, time);
+    if (lists_->ListItemCount(message) > 0) lists_->AppendListItem(messages, message);
+    values_->ReleaseValue(message);
+  }
+
+  HostValueInterface* values_;
+  HostListInterface* lists_;
+  std::vector<LingoValue> symbols_;
+};
+
+void hostOnly(benchmark::State& state, int count, void (*build)(HostOnly&, LingoValue*, int)) {
+  director::ValueStore store;
+  HostOnly host(store);
+  for (auto _ : state) {
+    state.PauseTiming();
+    LingoValue messages = store.makeLinearList();
+    state.ResumeTiming();
+    for (int i = 0; i < count; ++i) build(host, &messages, i);
+    state.PauseTiming();
+    store.release(messages);
+    state.ResumeTiming();
+  }
+  host.release(store);
+  state.SetItemsProcessed(state.iterations() * count);
+}
+
+void BM_HostOnly_Short(benchmark::State& state) {
+  hostOnly(state, kBurst,
+           [](HostOnly& host, LingoValue* messages, int i) { host.noteOn(messages, i & 0x7F, i); });
+}
+BENCHMARK(BM_HostOnly_Short)->Unit(benchmark::kMillisecond);
+
+void BM_HostOnly_Sysex1K(benchmark::State& state) {
+  // The data list holds what lies between the manufacturer ID and the closing 0xF7.
+  hostOnly(state, kSysexBurst, [](HostOnly& host, LingoValue* messages, int i) {
+    host.sysex(messages, kSysexBytes - 3, i);
+  });
+}
+BENCHMARK(BM_HostOnly_Sysex1K)->Unit(benchmark::kMillisecond);
+
+}  // namespace
