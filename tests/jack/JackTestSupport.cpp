@@ -1,0 +1,216 @@
+#include "JackTestSupport.h"
+
+#include <fcntl.h>
+#include <jack/midiport.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+#include "JackRecords.h"
+#include "JackTsan.h"
+
+extern char** environ;
+
+namespace jacktest {
+namespace {
+
+constexpr auto kPollStep = std::chrono::milliseconds(5);
+constexpr int kExitWaitSteps = 2000;  // of kPollStep: ten seconds for a program to end
+
+std::string endpointName(MIDIEndpointRef endpoint) {
+  CFStringRef name = nullptr;
+  if (MIDIObjectGetStringProperty(endpoint, kMIDIPropertyName, &name) != noErr || !name) return {};
+  char text[512] = {};
+  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
+  CFRelease(name);
+  return text;
+}
+
+MIDIEndpointRef endpointNamed(const std::string& name, ItemCount (*count)(),
+                              MIDIEndpointRef (*at)(ItemCount)) {
+  for (ItemCount i = 0; i < count(); ++i) {
+    if (endpointName(at(i)) == name) return at(i);
+  }
+  return 0;
+}
+
+}  // namespace
+
+bool eventually(const std::function<bool()>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(kPollStep);
+  }
+  return true;
+}
+
+Child::Child(const std::vector<std::string>& arguments, const std::string& outputFile) {
+  std::vector<char*> argv;
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outputFile.c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  const int failed = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (failed) throw std::runtime_error("cannot start " + arguments[0]);
+}
+
+Child::~Child() {
+  stop();
+}
+
+bool Child::running() {
+  if (pid_ <= 0) return false;
+  int status = 0;
+  if (waitpid(pid_, &status, WNOHANG) == pid_) pid_ = -1;
+  return pid_ > 0;
+}
+
+void Child::stop() {
+  if (pid_ <= 0) return;
+  kill(pid_, SIGTERM);
+  int status = 0;
+  for (int step = 0; step < kExitWaitSteps; ++step) {
+    if (waitpid(pid_, &status, WNOHANG) == pid_) {
+      pid_ = -1;
+      return;
+    }
+    std::this_thread::sleep_for(kPollStep);
+  }
+  kill(pid_, SIGKILL);  // only if SIGTERM was ignored
+  waitpid(pid_, &status, 0);
+  pid_ = -1;
+}
+
+namespace {
+
+constexpr int kServerNames = 4;
+
+bool serverAnswers() {
+  jack_status_t status{};
+  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
+  if (!probe) return false;
+  jack_client_close(probe);
+  return true;
+}
+
+}  // namespace
+
+void JackServer::start() {
+  setenv("JACK_NO_START_SERVER", "1", 1);
+  // The probes fail until a server is up; libjack would say so on every try.
+  jack_set_error_function([](const char*) {});
+  jack_set_info_function([](const char*) {});
+  // After a stop the same server comes back, so clients that kept its name find it again.
+  if (!name_.empty() && startNamed(name_)) return;
+  for (int i = 0; i < kServerNames; ++i) {
+    if (startNamed("tonvik-test-" + std::to_string(i))) return;
+  }
+  throw std::runtime_error("jackd did not start: all test server names are in use");
+}
+
+bool JackServer::startNamed(const std::string& name) {
+  setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+  if (serverAnswers()) return false;  // another test run has it
+  child_ = std::make_unique<Child>(std::vector<std::string>{JACKD_PROGRAM, "-r", "-n", name, "-d",
+                                                            "dummy", "-r", "48000", "-p", "256"});
+  eventually([&] { return !child_->running() || serverAnswers(); });
+  if (!child_->running()) {
+    child_.reset();
+    return false;
+  }
+  name_ = name;
+  return true;
+}
+
+void JackServer::stop() {
+  child_.reset();
+}
+
+JackServer& server() {
+  static JackServer server;
+  return server;
+}
+
+MIDIEndpointRef sourceNamed(const std::string& name) {
+  return endpointNamed(name, MIDIGetNumberOfSources, MIDIGetSource);
+}
+
+MIDIEndpointRef destinationNamed(const std::string& name) {
+  return endpointNamed(name, MIDIGetNumberOfDestinations, MIDIGetDestination);
+}
+
+Peer::Peer(const std::string& clientName) {
+  jack_status_t status{};
+  client_ = jack_client_open(clientName.c_str(), JackNoStartServer, &status);
+  if (!client_) throw std::runtime_error("cannot open the peer client");
+  in_ = jack_port_register(client_, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+  out_ = jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+  jack_set_process_callback(client_, process, this);
+  jack_on_info_shutdown(
+      client_,
+      [](jack_status_t, const char*, void* self) { static_cast<Peer*>(self)->orphaned_ = true; },
+      this);
+  jack_activate(client_);
+}
+
+Peer::~Peer() {
+  if (!orphaned_) jack_deactivate(client_);
+  jack_client_close(client_);
+}
+
+std::string Peer::inName() const {
+  return jack_port_name(in_);
+}
+std::string Peer::outName() const {
+  return jack_port_name(out_);
+}
+
+void Peer::send(const std::vector<Byte>& event) {
+  const jackmidi::RecordHeader header{0, 0, static_cast<std::uint32_t>(event.size())};
+  if (!jackmidi::writeRecord(outbound_, header, event.data())) {
+    throw std::runtime_error("peer's send ring is full");
+  }
+}
+
+std::vector<std::vector<Byte>> Peer::received() {
+  jackmidi::RecordHeader header;
+  while (jackmidi::peekRecord(inbound_, header)) {
+    std::vector<Byte> event(header.size);
+    jackmidi::takeRecord(inbound_, header, event.data());
+    events_.push_back(std::move(event));
+  }
+  return events_;
+}
+
+int Peer::process(jack_nframes_t frames, void* self) {
+  auto* peer = static_cast<Peer*>(self);
+  void* in = jack_port_get_buffer(peer->in_, frames);
+  TONVIK_JACK_BUFFER_READ(in);
+  for (jack_nframes_t i = 0; i < jack_midi_get_event_count(in); ++i) {
+    jack_midi_event_t event;
+    if (jack_midi_event_get(&event, in, i) != 0) continue;
+    jackmidi::writeRecord(peer->inbound_, {0, 0, static_cast<std::uint32_t>(event.size)},
+                          event.buffer);
+  }
+  void* out = jack_port_get_buffer(peer->out_, frames);
+  jack_midi_clear_buffer(out);
+  jackmidi::RecordHeader header;
+  while (jackmidi::peekRecord(peer->outbound_, header)) {
+    jack_midi_data_t* room = jack_midi_event_reserve(out, 0, header.size);
+    if (!room) break;
+    jackmidi::takeRecord(peer->outbound_, header, room);
+  }
+  TONVIK_JACK_BUFFER_WRITTEN(out);
+  return 0;
+}
+
+}  // namespace jacktest
