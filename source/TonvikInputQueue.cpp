@@ -66,6 +66,14 @@ std::uint8_t StatusFilterBit(std::uint8_t status) {
   return static_cast<std::uint8_t>(1u << ((status >> 4) & 7));
 }
 
+// Most significant byte first.
+void StoreTimestamp(std::uint8_t* bytes, std::uint32_t timestamp) {
+  bytes[0] = static_cast<std::uint8_t>(timestamp >> 24);
+  bytes[1] = static_cast<std::uint8_t>(timestamp >> 16);
+  bytes[2] = static_cast<std::uint8_t>(timestamp >> 8);
+  bytes[3] = static_cast<std::uint8_t>(timestamp);
+}
+
 }  // namespace
 
 std::int32_t TonvikBase::AllocateInputQueue(std::uint32_t bufSize) {
@@ -120,22 +128,30 @@ std::uint32_t TonvikBase::FreeSpace(std::uint32_t from) const {
 }
 
 std::uint32_t TonvikBase::Advance(std::uint32_t position, std::uint32_t count) const {
-  return static_cast<std::uint32_t>((std::uint64_t{position} + count) % inputQueueSize_);
+  // Callers move at most one lap, where a compare does the work of a division.
+  const std::uint64_t sum = std::uint64_t{position} + count;
+  if (sum < inputQueueSize_) return static_cast<std::uint32_t>(sum);
+  if (sum < 2 * std::uint64_t{inputQueueSize_}) {
+    return static_cast<std::uint32_t>(sum - inputQueueSize_);
+  }
+  return static_cast<std::uint32_t>(sum % inputQueueSize_);
 }
 
 std::uint32_t TonvikBase::WriteBytes(std::uint32_t position, const std::uint8_t* bytes,
                                      std::uint32_t count) {
   const std::uint32_t untilEnd = inputQueueSize_ - position;
-  const std::uint32_t first = std::min(count, untilEnd);
-  std::memcpy(inputQueue_ + position, bytes, first);
-  std::memcpy(inputQueue_, bytes + first, count - first);
+  if (count <= untilEnd) {
+    std::memcpy(inputQueue_ + position, bytes, count);
+  } else {
+    std::memcpy(inputQueue_ + position, bytes, untilEnd);
+    std::memcpy(inputQueue_, bytes + untilEnd, count - untilEnd);
+  }
   return Advance(position, count);
 }
 
 std::uint32_t TonvikBase::WriteTimestamp(std::uint32_t position, std::uint32_t timestamp) {
-  const std::uint8_t bytes[kTimestampBytes] = {
-      static_cast<std::uint8_t>(timestamp >> 24), static_cast<std::uint8_t>(timestamp >> 16),
-      static_cast<std::uint8_t>(timestamp >> 8), static_cast<std::uint8_t>(timestamp)};
+  std::uint8_t bytes[kTimestampBytes];
+  StoreTimestamp(bytes, timestamp);
   return WriteBytes(position, bytes, kTimestampBytes);
 }
 
@@ -147,7 +163,19 @@ bool TonvikBase::PublishShortRecord(const std::uint8_t* bytes, std::uint32_t len
                                     std::uint32_t timestamp) {
   const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
   if (FreeSpace(start) < kShortRecordRoom) return false;
-  const std::uint32_t end = WriteTimestamp(WriteBytes(start, bytes, length), timestamp);
+  // Byte by byte: for a record of at most 7 bytes, calls to memcpy cost more than the copy. The
+  // ring and its size are held in locals because a byte store may alias any member.
+  std::uint8_t stamp[kTimestampBytes];
+  StoreTimestamp(stamp, timestamp);
+  std::uint8_t* const ring = inputQueue_;
+  const std::uint32_t size = inputQueueSize_;
+  std::uint32_t end = start;
+  const auto put = [&](std::uint8_t byte) {
+    ring[end] = byte;
+    end = end + 1 == size ? 0 : end + 1;
+  };
+  for (std::uint32_t i = 0; i < length; ++i) put(bytes[i]);
+  for (const std::uint8_t byte : stamp) put(byte);
   inputWriteIndex_.store(end, std::memory_order_release);
   return true;
 }
