@@ -13,6 +13,12 @@ const LingoValue* argument(const MoaMmCallInfo* callInfo, int position) {
   return &callInfo->arguments[position];
 }
 
+// Every script port number below the first maps to the same invalid index; subtracting the base
+// from the most negative integer would overflow.
+std::int32_t zeroBasedPort(std::int32_t lingoPort) {
+  return lingoPort < kLingoPortBase ? -1 : lingoPort - kLingoPortBase;
+}
+
 HostStatus makeFlag(HostValueInterface* values, bool flag, LingoValue* result) {
   return values->MakeIntegerValue(flag ? 1 : 0, result);
 }
@@ -50,7 +56,7 @@ HostStatus CMIDIXtraScript_IMoaMmXScript::Call(MoaMmCallInfo* callInfo) {
           status != kHostOk) {
         return status;
       }
-      port -= kLingoPortBase;
+      port = zeroBasedPort(port);
       const LingoValue* second = argument(callInfo, kSecondArgument);
       if (HostStatus status = values->ReadIntegerValue(second, &bufSize); status != kHostOk) {
         return status;
@@ -97,7 +103,7 @@ HostStatus CMIDIXtraScript_IMoaMmXScript::Call(MoaMmCallInfo* callInfo) {
           status != kHostOk) {
         return status;
       }
-      instance->MakeErrorResult(instance->OpenOutput(port - kLingoPortBase), result);
+      instance->MakeErrorResult(instance->OpenOutput(zeroBasedPort(port)), result);
       break;
     }
     case kMethodCloseOutput:
