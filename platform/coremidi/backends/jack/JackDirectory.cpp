@@ -127,22 +127,31 @@ void JackBackend::addMirror(const std::string& peer, bool peerIsSource) {
   }
   own[slot] = port;
 
-  const MIDIObjectType type = peerIsSource ? kMIDIObjectType_Source : kMIDIObjectType_Destination;
-  MIDIEndpointRef endpoint = 0;
-  system_->changeGraph([&](coremidi::ObjectGraph& graph, auto& notes) {
-    endpoint = graph.addEndpoint(0, type, peer, 0);
-    notes.push_back(coremidi::QueuedNotification::addedOrRemoved(
-        kMIDIMsgObjectAdded, 0, kMIDIObjectType_Other, endpoint, type));
-  });
-
+  // The process callback reads the new port before the endpoint becomes visible: a peer may play
+  // the moment a script can see it. Records it takes meanwhile are handed on by this thread, after
+  // the source is known.
   PortSlot& table = peerIsSource ? inputs_[slot] : outputs_[slot];
   const std::uint32_t generation = table.generation.load(std::memory_order_relaxed) + 1;
   table.generation.store(generation, std::memory_order_relaxed);
-  if (peerIsSource) sourceOfSlot_[slot] = endpoint;
   table.port.store(port, std::memory_order_release);
-  if (!peerIsSource) {
-    std::lock_guard lock(sendMutex_);
-    sendTargets_[endpoint] = {slot, generation};
+
+  const MIDIObjectType type = peerIsSource ? kMIDIObjectType_Source : kMIDIObjectType_Destination;
+  MIDIEndpointRef endpoint = 0;
+  {
+    // A send that already finds the new destination waits here until it has its target. Sends
+    // reach the backend without the graph's lock held, so this order cannot deadlock.
+    std::unique_lock sendLock(sendMutex_, std::defer_lock);
+    if (!peerIsSource) sendLock.lock();
+    system_->changeGraph([&](coremidi::ObjectGraph& graph, auto& notes) {
+      endpoint = graph.addEndpoint(0, type, peer, 0);
+      notes.push_back(coremidi::QueuedNotification::addedOrRemoved(
+          kMIDIMsgObjectAdded, 0, kMIDIObjectType_Other, endpoint, type));
+    });
+    if (peerIsSource) {
+      sourceOfSlot_[slot] = endpoint;
+    } else {
+      sendTargets_[endpoint] = {slot, generation};
+    }
   }
   (peerIsSource ? sources_ : destinations_)[peer] = {endpoint, slot};
 }
