@@ -254,22 +254,39 @@ INSTANTIATE_TEST_SUITE_P(EveryFailurePoint, FaultSweepTest, testing::ValuesIn(kS
 
 namespace {
 
-// The one allocation at load: the class records that the loader reads before registering.
-TEST(FaultSweepAtLoad, ClassInfoAllocationFailureRefusesTheBundleCleanly) {
-  ValueStore store;
-  {
-    director::XtraLoader loader(store);
-    store.failAllocations(1);
-    const std::optional<std::string> problem = loader.loadBundle(TONVIK_XTRA_PATH);
-    ASSERT_TRUE(problem.has_value());
-    EXPECT_NE(problem->find("DllGetClassInfo failed with status 0x80040002"), std::string::npos)
-        << *problem;
-    EXPECT_EQ(loader.find("Tonvik"), nullptr);
-    ASSERT_EQ(loader.loadBundle(TONVIK_XTRA_PATH), std::nullopt) << "a retry loads it";
+// Every allocation made while a bundle loads (the class records, the registration record, the
+// message table's block), failed one at a time: each refuses the bundle with a reason, leaves
+// nothing behind, and a retry loads it.
+TEST(FaultSweepAtLoad, EveryLoadTimeAllocationFailureRefusesTheBundleCleanly) {
+  constexpr int kMoreAllocationsThanALoadMakes = 16;
+  std::vector<std::string> problems;
+  for (int after = 0; after < kMoreAllocationsThanALoadMakes; ++after) {
+    ValueStore store;
+    bool reached = false;
+    {
+      director::XtraLoader loader(store);
+      store.failAllocations(1, after);
+      const std::optional<std::string> problem = loader.loadBundle(TONVIK_XTRA_PATH);
+      reached = store.pendingAllocationFailures() == 0;
+      if (reached) {
+        ASSERT_TRUE(problem.has_value()) << "allocation " << after << " failed unnoticed";
+        problems.push_back(*problem);
+        EXPECT_EQ(loader.find("Tonvik"), nullptr);
+        store.clearFailures();
+        ASSERT_EQ(loader.loadBundle(TONVIK_XTRA_PATH), std::nullopt) << "a retry loads it";
+      } else {
+        EXPECT_EQ(problem, std::nullopt) << "a load with no failure succeeds";
+      }
+    }
+    EXPECT_EQ(store.liveValues(), 0u);
+    EXPECT_EQ(store.liveBlocks(), 0u);
+    EXPECT_EQ(midisystem::clientCount(), 0);
+    if (!reached) break;
   }
-  EXPECT_EQ(store.liveValues(), 0u);
-  EXPECT_EQ(store.liveBlocks(), 0u);
-  EXPECT_EQ(midisystem::clientCount(), 0);
+  ASSERT_EQ(problems.size(), 3u);
+  EXPECT_NE(problems[0].find("DllGetClassInfo failed with status 0x80040002"), std::string::npos)
+      << problems[0];
+  EXPECT_NE(problems[2].find("registered no message table"), std::string::npos) << problems[2];
 }
 
 }  // namespace

@@ -453,6 +453,7 @@ void ValueStore::failNext(HostOperation operation, int count) {
 void ValueStore::clearFailures() {
   std::fill(std::begin(failures_), std::end(failures_), 0);
   allocationFailures_ = 0;
+  allocationsBeforeFailure_ = 0;
 }
 
 bool ValueStore::consumeFailure(HostOperation operation) {
@@ -464,8 +465,12 @@ bool ValueStore::consumeFailure(HostOperation operation) {
 
 void* ValueStore::allocateBlock(std::uint32_t size) {
   if (allocationFailures_ > 0) {
-    --allocationFailures_;
-    return nullptr;
+    if (allocationsBeforeFailure_ > 0) {
+      --allocationsBeforeFailure_;
+    } else {
+      --allocationFailures_;
+      return nullptr;
+    }
   }
   void* block = std::malloc(size == 0 ? 1 : size);
   if (block != nullptr) ++liveBlocks_;

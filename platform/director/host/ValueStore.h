@@ -90,8 +90,14 @@ class ValueStore {
   // Failure injection: the next `count` calls of the operation fail with kHostErrInjected, and
   // the next `count` AllocateBlock calls answer null.
   void failNext(HostOperation operation, int count);
-  void failAllocations(int count) { allocationFailures_ = count; }
+  // `after` allocations succeed first, so that a later call site can be reached.
+  void failAllocations(int count, int after = 0) {
+    allocationFailures_ = count;
+    allocationsBeforeFailure_ = after;
+  }
   void clearFailures();
+  // Allocation failures asked for and not yet handed out.
+  int pendingAllocationFailures() const { return allocationFailures_; }
 
   HostValueInterface* valueInterface();
   HostListInterface* listInterface();
@@ -126,6 +132,7 @@ class ValueStore {
   std::int32_t interfaceReferences_ = 0;
   int failures_[static_cast<int>(HostOperation::Count_)] = {};
   int allocationFailures_ = 0;
+  int allocationsBeforeFailure_ = 0;
   std::vector<std::pair<HostInterfaceId, IMoaUnknown*>> published_;
   Interfaces* interfaces_;
 };
