@@ -101,13 +101,14 @@ class Formatter {
 
 }  // namespace
 
+constexpr std::size_t kFloatTextCapacity = 330;
+
 std::string formatFloat(double value) {
   if (std::isnan(value)) return "NAN";
   if (std::isinf(value)) return value < 0 ? "-INF" : "INF";
-  int length = std::snprintf(nullptr, 0, "%.*f", kFloatDecimals, value);
-  std::string text(static_cast<std::size_t>(length) + 1, '\0');
-  std::snprintf(text.data(), text.size(), "%.*f", kFloatDecimals, value);
-  text.resize(static_cast<std::size_t>(length));
+  // The largest double has 309 digits before the point; four decimals and a sign fit in this.
+  char text[kFloatTextCapacity];
+  std::snprintf(text, sizeof text, "%.*f", kFloatDecimals, value);
   return text;
 }
 
