@@ -9,7 +9,7 @@
 #include "FuzzInput.h"
 #include "MacOsxTonvik.h"
 #include "MidiSystemControl.h"
-#include "QueueInspector.h"
+#include "QueueView.h"
 #include "ValueStore.h"
 #include "VirtualMidi.h"
 

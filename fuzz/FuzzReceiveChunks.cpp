@@ -7,7 +7,7 @@
 
 #include "FuzzInput.h"
 #include "FuzzPlatform.h"
-#include "QueueInspector.h"
+#include "QueueView.h"
 #include "ValueStore.h"
 
 namespace {
