@@ -141,7 +141,11 @@ class TonvikBase {
   std::uint32_t Advance(std::uint32_t position, std::uint32_t count) const;
   std::uint32_t WriteBytes(std::uint32_t position, const std::uint8_t* bytes, std::uint32_t count);
   std::uint32_t WriteTimestamp(std::uint32_t position, std::uint32_t timestamp);
-  bool PublishShortRecord(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t timestamp);
+  bool HasShortRecordRoom(std::uint32_t start) const;
+  // Writes a record of `length` message bytes (1 to 3) and the timestamp at `start`, which the
+  // caller has found room for, and publishes it.
+  void PublishShortRecord(std::uint32_t start, const std::uint8_t* bytes, std::uint32_t length,
+                          std::uint32_t timestamp);
   void CompleteSysex();
   void EndSysexAssembly();
   void ClearSysexEndMarks(std::uint32_t from, std::uint32_t to);

@@ -2,6 +2,7 @@
 // thread, and the script's small queue operations.
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cstring>
 #include <limits>
 
@@ -64,6 +65,13 @@ std::uint32_t StoredLength(std::uint8_t status) {
 
 std::uint8_t StatusFilterBit(std::uint8_t status) {
   return static_cast<std::uint8_t>(1u << ((status >> 4) & 7));
+}
+
+// The timestamp as a number whose bytes in memory run most significant first, on a
+// little-endian machine.
+std::uint32_t BigEndianInMemory(std::uint32_t timestamp) {
+  return timestamp >> 24 | (timestamp >> 8 & 0xFF00u) | (timestamp << 8 & 0xFF0000u) |
+         timestamp << 24;
 }
 
 // Most significant byte first.
@@ -159,31 +167,50 @@ void TonvikBase::MarkOverflow() {
   inputOverflowed_.store(1, std::memory_order_relaxed);
 }
 
-bool TonvikBase::PublishShortRecord(const std::uint8_t* bytes, std::uint32_t length,
-                                    std::uint32_t timestamp) {
-  const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
-  if (FreeSpace(start) < kShortRecordRoom) return false;
-  // Byte by byte: for a record of at most 7 bytes, calls to memcpy cost more than the copy. The
-  // ring and its size are held in locals because a byte store may alias any member.
-  std::uint8_t stamp[kTimestampBytes];
-  StoreTimestamp(stamp, timestamp);
+bool TonvikBase::HasShortRecordRoom(std::uint32_t start) const {
+  return FreeSpace(start) >= kShortRecordRoom;
+}
+
+void TonvikBase::PublishShortRecord(std::uint32_t start, const std::uint8_t* bytes,
+                                    std::uint32_t length, std::uint32_t timestamp) {
+  // The ring and its size are held in locals because a byte store may alias any member.
   std::uint8_t* const ring = inputQueue_;
   const std::uint32_t size = inputQueueSize_;
-  std::uint32_t end = start;
-  const auto put = [&](std::uint8_t byte) {
-    ring[end] = byte;
-    end = end + 1 == size ? 0 : end + 1;
-  };
-  for (std::uint32_t i = 0; i < length; ++i) put(bytes[i]);
-  for (const std::uint8_t byte : stamp) put(byte);
+  const std::uint32_t recordLength = length + kTimestampBytes;
+  std::uint32_t end;
+  if (std::endian::native == std::endian::little && recordLength < size - start) {
+    // The usual case, a record that does not reach the ring's end: two overlapping 4-byte
+    // stores write exactly its 5 to 7 bytes, the message's bytes and then the timestamp.
+    const std::uint32_t stamp = BigEndianInMemory(timestamp);
+    const std::uint32_t message =
+        (bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16) &
+        ((1u << (8 * length)) - 1);
+    const std::uint32_t head = message | stamp << (8 * length);
+    std::memcpy(ring + start, &head, sizeof(head));
+    std::memcpy(ring + start + length, &stamp, sizeof(stamp));
+    end = start + recordLength;
+  } else {
+    // Across the end, byte by byte: calls to memcpy would cost more than the copy.
+    std::uint8_t stamp[kTimestampBytes];
+    StoreTimestamp(stamp, timestamp);
+    end = start;
+    const auto put = [&](std::uint8_t byte) {
+      ring[end] = byte;
+      end = end + 1 == size ? 0 : end + 1;
+    };
+    for (std::uint32_t i = 0; i < length; ++i) put(bytes[i]);
+    for (const std::uint8_t byte : stamp) put(byte);
+  }
   inputWriteIndex_.store(end, std::memory_order_release);
-  return true;
 }
 
 void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
                                      std::uint32_t timestamp) {
   if (inputQueue_ == nullptr) return;
-  if (FreeSpace(inputWriteIndex_.load(std::memory_order_relaxed)) < kShortRecordRoom) {
+  // Only this thread moves the write position and the reader only frees room, so the room found
+  // here still holds when the record is written.
+  const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
+  if (!HasShortRecordRoom(start)) {
     MarkOverflow();
     return;
   }
@@ -227,14 +254,19 @@ void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, st
     held.timestamp = timestamp;
     return;
   }
-  PublishShortRecord(bytes, length, timestamp);
+  PublishShortRecord(start, bytes, length, timestamp);
 }
 
 void TonvikBase::EndSysexAssembly() {
   sysexInProgress_ = false;
   for (std::uint32_t i = 0; i < heldMessageCount_; ++i) {
     const HeldMessage& held = heldMessages_[i];
-    if (!PublishShortRecord(held.bytes, held.length, held.timestamp)) MarkOverflow();
+    const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
+    if (HasShortRecordRoom(start)) {
+      PublishShortRecord(start, held.bytes, held.length, held.timestamp);
+    } else {
+      MarkOverflow();
+    }
   }
   heldMessageCount_ = 0;
 }
@@ -312,11 +344,12 @@ void TonvikBase::ClearSysexEndMarks(std::uint32_t from, std::uint32_t to) {
                      std::memory_order_relaxed);
       ++begin;
     }
-    while (end - begin >= kBitsPerMarkByte) {
-      std::atomic_ref<std::uint8_t>(sysexEndMarks_[begin / kBitsPerMarkByte])
-          .store(0, std::memory_order_relaxed);
-      begin += kBitsPerMarkByte;
-    }
+    // Whole mark bytes in between cover only positions of the unpublished record, which the
+    // reader last read before it released them: plain stores, at memset's speed, race with
+    // nothing.
+    const std::uint32_t wholeBytes = (end - begin) / kBitsPerMarkByte;
+    std::memset(sysexEndMarks_ + begin / kBitsPerMarkByte, 0, wholeBytes);
+    begin += wholeBytes * kBitsPerMarkByte;
     while (begin < end) {
       std::atomic_ref<std::uint8_t>(sysexEndMarks_[begin / kBitsPerMarkByte])
           .fetch_and(static_cast<std::uint8_t>(~(1u << (begin % kBitsPerMarkByte))),
