@@ -1,37 +1,34 @@
-// The JACK backend end to end: a private jackd, peers that are real JACK clients, and the MIDI
-// system's C API on the other side.
+// The JACK backend end to end: a real jackd, peers that are real JACK clients, and the MIDI
+// system's C API on the other side. Each test runs in a process of its own (ctest runs them one by
+// one), so a test may choose its server before the MIDI system is first used.
 #include <gtest/gtest.h>
 #include <jack/jack.h>
-
+#include <jack/metadata.h>
 #include <unistd.h>
+
+#include <ctime>
 #include <fstream>
 #include <mutex>
-#include <numeric>
 #include <sstream>
 
+#include "HostClock.h"
 #include "JackTestSupport.h"
 #include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
 
-constexpr const char* kOwnClient = "Tonvik Xtra";
-
-class JackEnvironment : public ::testing::Environment {
- public:
-  void SetUp() override {
-    server().start();
-    ASSERT_TRUE(midisystem::selectBackend("jack"));
-  }
-  void TearDown() override { server().stop(); }
-};
-[[maybe_unused]] auto* const environment = ::testing::AddGlobalTestEnvironment(new JackEnvironment);
+// Every test but the one that wants no server at all.
+void useServer(bool mustOwn = false) {
+  server().start(mustOwn);
+  ASSERT_TRUE(midisystem::selectBackend("jack"));
+}
 
 CFStringRef text(const char* value) {
   return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
 }
 
-// Packets that reached an input port, copied on the receive thread.
+// Packets that reached an input port, copied on JACK's process thread.
 struct Inbox {
   std::mutex mutex;
   std::vector<std::vector<Byte>> packets;
@@ -45,19 +42,22 @@ struct Inbox {
       packet = MIDIPacketNext(packet);
     }
   }
-  bool has(const std::vector<Byte>& wanted) {
+  std::vector<std::vector<Byte>> taken() {
     std::lock_guard lock(mutex);
-    return std::find(packets.begin(), packets.end(), wanted) != packets.end();
+    return packets;
+  }
+  bool has(const std::vector<Byte>& wanted) {
+    const auto all = taken();
+    return std::find(all.begin(), all.end(), wanted) != all.end();
   }
   std::vector<Byte> joined() {
-    std::lock_guard lock(mutex);
     std::vector<Byte> all;
-    for (const auto& packet : packets) all.insert(all.end(), packet.begin(), packet.end());
+    for (const auto& packet : taken()) all.insert(all.end(), packet.begin(), packet.end());
     return all;
   }
 };
 
-// A client with an input port listening to `source`, and an output port.
+// A client of the MIDI system with one input and one output port.
 struct Listener {
   MIDIClientRef client = 0;
   MIDIPortRef input = 0;
@@ -66,12 +66,35 @@ struct Listener {
 
   Listener() {
     CFStringRef name = text("test");
-    MIDIClientCreate(name, nullptr, nullptr, &client);
-    MIDIInputPortCreate(client, name, Inbox::read, &inbox, &input);
-    MIDIOutputPortCreate(client, name, &output);
+    EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
+    EXPECT_EQ(MIDIInputPortCreate(client, name, Inbox::read, &inbox, &input), noErr);
+    EXPECT_EQ(MIDIOutputPortCreate(client, name, &output), noErr);
     CFRelease(name);
   }
   ~Listener() { MIDIClientDispose(client); }
+  void send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at = 0) {
+    alignas(8) Byte storage[1024];
+    auto* list = reinterpret_cast<MIDIPacketList*>(storage);
+    MIDIPacket* packet = MIDIPacketListInit(list);
+    MIDIPacketListAdd(list, sizeof storage, packet, at, bytes.size(), bytes.data());
+    ASSERT_EQ(MIDISend(output, destination, list), noErr);
+  }
+};
+
+// A probe client of the test's own, for what only JACK can tell.
+struct Probe {
+  jack_client_t* client = nullptr;
+  Probe() {
+    jack_status_t status{};
+    client = jack_client_open("probe", JackNoStartServer, &status);
+  }
+  ~Probe() {
+    if (client) jack_client_close(client);
+  }
+  bool connected(const std::string& from, const std::string& to) {
+    jack_port_t* port = jack_port_by_name(client, from.c_str());
+    return port && jack_port_connected_to(port, to.c_str());
+  }
 };
 
 std::vector<Byte> sysexOf(std::size_t length) {
@@ -82,114 +105,161 @@ std::vector<Byte> sysexOf(std::size_t length) {
   return bytes;
 }
 
-void sendPacket(const Listener& listener, MIDIEndpointRef destination,
-                const std::vector<Byte>& bytes) {
-  alignas(8) Byte storage[1024];
-  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
-  MIDIPacket* packet = MIDIPacketListInit(list);
-  MIDIPacketListAdd(list, sizeof storage, packet, 0, bytes.size(), bytes.data());
-  ASSERT_EQ(MIDISend(listener.output, destination, list), noErr);
-}
-
-std::vector<Byte> joinedEvents(Peer& peer) {
-  std::vector<Byte> all;
-  for (const auto& event : peer.received()) all.insert(all.end(), event.begin(), event.end());
-  return all;
-}
-
-TEST(JackDirectory, OtherClientsPortsAreEndpointsAndOwnPortsMirrorThem) {
+TEST(JackDirectory, ClientsAreDevicesTheirPortsEndpointsAndOurPortsAreFenwoldPorts) {
+  useServer();
   Peer peer("peer");
-  ASSERT_TRUE(eventually([&] { return sourceNamed(peer.outName()) != 0; }));
-  ASSERT_TRUE(eventually([&] { return destinationNamed(peer.inName()) != 0; }));
+  ASSERT_TRUE(eventually([&] { return sourceOf("peer", "out") != 0; }));
+  ASSERT_NE(destinationOf("peer", "in"), 0u);
+  MIDIEntityRef entity = 0;
+  MIDIDeviceRef device = 0;
+  ASSERT_EQ(MIDIEndpointGetEntity(sourceOf("peer", "out"), &entity), noErr);
+  ASSERT_EQ(MIDIEntityGetDevice(entity, &device), noErr);
+  EXPECT_EQ(MIDIDeviceGetNumberOfEntities(device), 2u);
 
-  for (ItemCount i = 0; i < MIDIGetNumberOfSources(); ++i) {
-    CFStringRef name = nullptr;
-    MIDIObjectGetStringProperty(MIDIGetSource(i), kMIDIPropertyName, &name);
-    char buffer[512] = {};
-    CFStringGetCString(name, buffer, sizeof buffer, kCFStringEncodingASCII);
-    CFRelease(name);
-    EXPECT_NE(std::string(buffer).rfind(kOwnClient, 0), 0u) << "own port listed: " << buffer;
+  Listener first;
+  Listener second;
+  Probe probe;
+  for (const char* name : {"Tonvik Xtra:Fenwold Input", "Tonvik Xtra:Fenwold Input 2",
+                           "Tonvik Xtra:Fenwold Output", "Tonvik Xtra:Fenwold Output 2"}) {
+    EXPECT_NE(jack_port_by_name(probe.client, name), nullptr) << name;
   }
-  // The mirrors are connected to the peer's ports, one each, under ':'-free names.
-  jack_status_t status{};
-  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
-  ASSERT_NE(probe, nullptr);
-  jack_port_t* from = jack_port_by_name(probe, "Tonvik Xtra:from peer/out");
-  jack_port_t* to = jack_port_by_name(probe, "Tonvik Xtra:to peer/in");
-  ASSERT_NE(from, nullptr);
-  ASSERT_NE(to, nullptr);
-  EXPECT_TRUE(jack_port_connected_to(from, peer.outName().c_str()));
-  EXPECT_TRUE(jack_port_connected_to(to, peer.inName().c_str()));
-  jack_client_close(probe);
+  // Our own ports are never endpoints.
+  EXPECT_EQ(sourceOf("Tonvik Xtra", "Fenwold Output"), 0u);
+  EXPECT_EQ(destinationOf("Tonvik Xtra", "Fenwold Input"), 0u);
+
+  // A pretty name renames the endpoint; removing it gives the short name back.
+  jack_port_t* out = jack_port_by_name(probe.client, peer.outName().c_str());
+  const jack_uuid_t uuid = jack_port_uuid(out);
+  ASSERT_EQ(jack_set_property(probe.client, uuid, JACK_METADATA_PRETTY_NAME, "Keys", nullptr), 0);
+  EXPECT_TRUE(eventually([&] { return sourceOf("peer", "Keys") != 0; }));
+  jack_remove_property(probe.client, uuid, JACK_METADATA_PRETTY_NAME);
+  EXPECT_TRUE(eventually([&] { return sourceOf("peer", "out") != 0; }));
 }
 
-TEST(JackReceive, ShortMessagesAndSysexFromAPeerReachTheReadProcedure) {
+TEST(JackReceive, EachEventOfAPeerIsOnePacketInOrder) {
+  useServer();
   Peer peer("sender");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return sourceNamed(peer.outName()) != 0; }));
-  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceNamed(peer.outName()), nullptr), noErr);
+  ASSERT_TRUE(eventually([&] { return sourceOf("sender", "out") != 0; }));
+  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("sender", "out"), nullptr), noErr);
+  EXPECT_TRUE(Probe().connected(peer.outName(), "Tonvik Xtra:Fenwold Input"));
 
-  const std::vector<Byte> sysex = sysexOf(3000);
-  peer.send({0x90, 0x3C, 0x64});
-  peer.send(sysex);
-  peer.send({0xF8});
-  EXPECT_TRUE(eventually([&] { return listener.inbox.has({0x90, 0x3C, 0x64}); }));
-  EXPECT_TRUE(eventually([&] { return listener.inbox.has(sysex); }));
-  EXPECT_TRUE(eventually([&] { return listener.inbox.has({0xF8}); }));
+  const std::vector<std::vector<Byte>> sent = {{0x90, 0x3C, 0x64}, sysexOf(3000), {0xF8}};
+  for (const auto& event : sent) peer.send(event);
+  EXPECT_TRUE(eventually([&] { return listener.inbox.taken().size() >= sent.size(); }));
+  EXPECT_EQ(listener.inbox.taken(), sent);
+
+  // Disconnected, nothing more arrives.
+  ASSERT_EQ(MIDIPortDisconnectSource(listener.input, sourceOf("sender", "out")), noErr);
+  peer.send({0x90, 0x3D, 0x64});
+  usleep(50000);
+  EXPECT_EQ(listener.inbox.taken().size(), sent.size());
 }
 
 TEST(JackReceive, NotesOfJackMidiseqArrive) {
+  useServer();
   Child sequencer({JACK_MIDISEQ_PROGRAM, "seq", "24000", "0", "60", "100"});
   Listener listener;
-  ASSERT_TRUE(eventually([] { return sourceNamed("seq:out") != 0; }));
-  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceNamed("seq:out"), nullptr), noErr);
+  ASSERT_TRUE(eventually([] { return sourceOf("seq", "out") != 0; }));
+  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("seq", "out"), nullptr), noErr);
   EXPECT_TRUE(eventually([&] { return listener.inbox.has({0x90, 0x3C, 0x40}); }));
   EXPECT_TRUE(eventually([&] { return listener.inbox.has({0x80, 0x3C, 0x40}); }));
 }
 
-TEST(JackSend, EachMessageOfAPacketIsOneEventToTheChosenDestinationOnly) {
+TEST(JackSend, EachMessageIsOneEventToTheChosenDestinationOnly) {
+  useServer();
   Peer chosen("chosen");
   Peer other("other");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return destinationNamed(chosen.inName()) != 0; }));
-  ASSERT_TRUE(eventually([&] { return destinationNamed(other.inName()) != 0; }));
-  sendPacket(listener, destinationNamed(chosen.inName()),
-             {0x90, 0x3C, 0x64, 0x80, 0x3C, 0x00, 0xC0, 0x05});
+  ASSERT_TRUE(eventually([&] { return destinationOf("chosen", "in") != 0; }));
+  ASSERT_TRUE(eventually([&] { return destinationOf("other", "in") != 0; }));
+  listener.send(destinationOf("chosen", "in"), {0x90, 0x3C, 0x64, 0x80, 0x3C, 0x00, 0xC0, 0x05});
   const std::vector<std::vector<Byte>> expected = {
       {0x90, 0x3C, 0x64}, {0x80, 0x3C, 0x00}, {0xC0, 0x05}};
   EXPECT_TRUE(eventually([&] { return chosen.received().size() >= expected.size(); }));
   EXPECT_EQ(chosen.received(), expected);
   EXPECT_TRUE(other.received().empty());
+  EXPECT_TRUE(Probe().connected("Tonvik Xtra:Fenwold Output", chosen.inName()));
+
+  // The port follows the destination it sends to.
+  listener.send(destinationOf("other", "in"), {0xC0, 0x06});
+  EXPECT_TRUE(eventually([&] { return other.received().size() == 1; }));
+  EXPECT_EQ(chosen.received().size(), expected.size());
 }
 
-TEST(JackSend, LongSysexArrivesWholeInOrderAcrossPeriods) {
-  Peer peer("sink");
+TEST(JackSend, ALaterTimeStampPlaysInItsPeriodAndFrame) {
+  useServer();
+  Peer peer("timed");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return destinationNamed(peer.inName()) != 0; }));
-  // Larger than one period's port buffer, so it needs several periods.
-  const std::vector<Byte> sysex = sysexOf(100000);
-  std::atomic<bool> completed{false};
-  MIDISysexSendRequest request{};
-  request.destination = destinationNamed(peer.inName());
-  request.data = sysex.data();
-  request.bytesToSend = static_cast<UInt32>(sysex.size());
-  request.completionProc = [](MIDISysexSendRequest* done) {
-    static_cast<std::atomic<bool>*>(done->completionRefCon)->store(true);
-  };
-  request.completionRefCon = &completed;
-  ASSERT_EQ(MIDISendSysex(&request), noErr);
-  EXPECT_TRUE(eventually([&] { return completed.load(); }));
-  EXPECT_TRUE(eventually([&] { return joinedEvents(peer).size() >= sysex.size(); }));
-  EXPECT_EQ(joinedEvents(peer), sysex);
+  ASSERT_TRUE(eventually([&] { return destinationOf("timed", "in") != 0; }));
+  const MIDIEndpointRef destination = destinationOf("timed", "in");
+  listener.send(destination, {0xC0, 0x01});  // connects the port first
+  ASSERT_TRUE(eventually([&] { return peer.received().size() == 1; }));
+
+  // JACK's clock against the host's, as the backend reads them.
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const std::int64_t offset =
+      (static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec) / 1000 -
+      static_cast<std::int64_t>(jack_get_time());
+  const MIDITimeStamp due = coremidi::hostTimeNow() + coremidi::nanosToHostTime(150'000'000);
+  listener.send(destination, {0x90, 0x40, 0x64}, due);
+  listener.send(destination, {0xC0, 0x02});  // sent later, due now: goes first
+  ASSERT_TRUE(eventually([&] { return peer.received().size() == 3; }));
+  EXPECT_EQ(peer.received()[1], (std::vector<Byte>{0xC0, 0x02}));
+  EXPECT_EQ(peer.received()[2], (std::vector<Byte>{0x90, 0x40, 0x64}));
+
+  const auto dueMicros = static_cast<std::int64_t>(coremidi::hostTimeToNanos(due) / 1000) - offset;
+  const auto playedMicros = static_cast<std::int64_t>(peer.receivedAt()[2]);
+  // Within a period (5333 us at 48 kHz, 256 frames) either way: the peer may run before or after
+  // us in the period, and the two clocks were read a little apart.
+  EXPECT_NEAR(playedMicros, dueMicros, 6000);
+}
+
+// Long sysex out of our output into our input, through a JACK connection between them.
+TEST(JackSend, SysexOf4KAnd64KComeBackWholeThroughOurOwnInput) {
+  useServer();
+  Peer sink("sink");
+  Listener listener;
+  ASSERT_TRUE(eventually([&] { return destinationOf("sink", "in") != 0; }));
+  const MIDIEndpointRef destination = destinationOf("sink", "in");
+  listener.send(destination, {0xFE});  // connects our output to the sink
+  ASSERT_TRUE(eventually([&] { return sink.received().size() == 1; }));
+  // The connection from our output to our input stands for a source.
+  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("sink", "out"), nullptr), noErr);
+  Probe probe;
+  ASSERT_EQ(jack_connect(probe.client, "Tonvik Xtra:Fenwold Output", "Tonvik Xtra:Fenwold Input"),
+            0);
+
+  for (const std::size_t size : {4096u, 65536u}) {
+    const std::vector<Byte> sysex = sysexOf(size);
+    std::atomic<bool> completed{false};
+    MIDISysexSendRequest request{};
+    request.destination = destination;
+    request.data = sysex.data();
+    request.bytesToSend = static_cast<UInt32>(sysex.size());
+    request.completionProc = [](MIDISysexSendRequest* done) {
+      static_cast<std::atomic<bool>*>(done->completionRefCon)->store(true);
+    };
+    request.completionRefCon = &completed;
+    {
+      std::lock_guard lock(listener.inbox.mutex);
+      listener.inbox.packets.clear();
+    }
+    ASSERT_EQ(MIDISendSysex(&request), noErr);
+    EXPECT_TRUE(eventually([&] { return completed.load(); }));
+    EXPECT_TRUE(eventually([&] { return listener.inbox.joined().size() >= sysex.size(); }));
+    EXPECT_EQ(listener.inbox.joined(), sysex) << size;
+  }
 }
 
 TEST(JackSend, JackMidiDumpPrintsWhatWasSent) {
+  useServer();
   const std::string dumpFile = testing::TempDir() + "tonvik-dump-" + std::to_string(getpid());
   Child dump({JACK_MIDI_DUMP_PROGRAM}, dumpFile);
   Listener listener;
-  ASSERT_TRUE(eventually([] { return destinationNamed("midi-monitor:input") != 0; }));
-  sendPacket(listener, destinationNamed("midi-monitor:input"), {0x90, 0x3C, 0x64});
-  ASSERT_TRUE(midisystem::waitUntilDelivered());
+  ASSERT_TRUE(eventually([] { return destinationOf("midi-monitor", "input") != 0; }));
+  listener.send(destinationOf("midi-monitor", "input"), {0x90, 0x3C, 0x64});
   std::string printed;
   eventually([&] {
     std::ifstream file(dumpFile);
@@ -201,7 +271,7 @@ TEST(JackSend, JackMidiDumpPrintsWhatWasSent) {
   EXPECT_NE(printed.find("90 3c 64 note on"), std::string::npos) << printed;
 }
 
-// Notifications of a client created on this thread, counted by kind.
+// Notifications of a client created on this thread, by kind.
 struct Watcher {
   std::vector<MIDINotificationMessageID> seen;
   static void notify(const MIDINotification* message, void* self) {
@@ -219,43 +289,66 @@ bool runLoopUntil(const std::function<bool()>& condition) {
   });
 }
 
-TEST(JackHotPlug, PortsThatComeAndGoAreAnnouncedAndForgotten) {
+TEST(JackHotPlug, PortsThatComeAndGoAreAnnouncedAndCannotBeConnectedOnceGone) {
+  useServer();
   Watcher watcher;
   MIDIClientRef client = 0;
   CFStringRef name = text("watcher");
   ASSERT_EQ(MIDIClientCreate(name, Watcher::notify, &watcher, &client), noErr);
   CFRelease(name);
-  std::string destination;
+  Listener listener;
+  MIDIEndpointRef source = 0;
   {
     Peer peer("transient");
-    destination = peer.inName();
-    EXPECT_TRUE(runLoopUntil([&] { return watcher.saw(kMIDIMsgObjectAdded); }));
-    EXPECT_NE(destinationNamed(destination), 0u);
+    EXPECT_TRUE(runLoopUntil([&] { return watcher.saw(kMIDIMsgSetupChanged); }));
+    EXPECT_TRUE(watcher.saw(kMIDIMsgObjectAdded));
+    source = sourceOf("transient", "out");
+    EXPECT_NE(source, 0u);
+    watcher.seen.clear();
   }
   EXPECT_TRUE(runLoopUntil([&] { return watcher.saw(kMIDIMsgObjectRemoved); }));
-  EXPECT_TRUE(eventually([&] { return destinationNamed(destination) == 0; }));
+  EXPECT_EQ(sourceOf("transient", "out"), 0u);
+  EXPECT_NE(MIDIPortConnectSource(listener.input, source, nullptr), noErr);
   MIDIClientDispose(client);
 }
 
-TEST(JackServerLife, EndpointsGoWithTheServerAndComeBackWithTheNextOne) {
-  {
-    Peer peer("before");
-    ASSERT_TRUE(eventually([&] { return sourceNamed(peer.outName()) != 0; }));
-  }
+TEST(JackServerLife, NoServerRefusesTheClient) {
+  setenv("JACK_NO_START_SERVER", "1", 1);
+  setenv("JACK_DEFAULT_SERVER", ("tonvik-absent-" + std::to_string(getpid())).c_str(), 1);
+  ASSERT_TRUE(midisystem::selectBackend("jack"));
+  MIDIClientRef client = 0;
+  CFStringRef name = text("test");
+  EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), kMIDIServerStartErr);
+  CFRelease(name);
+  EXPECT_EQ(MIDIGetNumberOfSources(), 0u);
+}
+
+TEST(JackServerLife, PortsGoWithTheServerAndComeBackWithTheNextOne) {
+  useServer(true);
   // Never closed: once its server is gone, libjack cannot close a second client of a process
   // safely. Kept reachable, so it is not a leak.
   static Peer* const doomed = new Peer("doomed");
   (void)doomed;
-  ASSERT_TRUE(eventually([&] { return sourceNamed("doomed:out") != 0; }));
-  server().stop();
-  EXPECT_TRUE(eventually([] { return MIDIGetNumberOfSources() == 0; }));
-  EXPECT_EQ(MIDIGetNumberOfDestinations(), 0u);
-
-  server().start();
-  Peer peer("after");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return sourceNamed(peer.outName()) != 0; }));
-  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceNamed(peer.outName()), nullptr), noErr);
+  ASSERT_TRUE(eventually([&] { return destinationOf("doomed", "in") != 0; }));
+  const MIDIEndpointRef gone = destinationOf("doomed", "in");
+  server().stop();
+  EXPECT_TRUE(eventually([] { return MIDIGetNumberOfDestinations() == 0; }));
+  EXPECT_EQ(MIDIGetNumberOfSources(), 0u);
+  // Sends to what went away fail; new ports cannot be made without a server.
+  alignas(8) Byte storage[64];
+  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
+  const Byte note[] = {0x90, 0x3C, 0x64};
+  MIDIPacketListAdd(list, sizeof storage, MIDIPacketListInit(list), 0, 3, note);
+  EXPECT_NE(MIDISend(listener.output, gone, list), noErr);
+  MIDIPortRef port = 0;
+  EXPECT_NE(MIDIOutputPortCreate(listener.client, nullptr, &port), noErr);
+
+  server().start(true);
+  Peer peer("after");
+  ASSERT_TRUE(eventually([&] { return sourceOf("after", "out") != 0; }));
+  // Our ports were made again on the new server.
+  ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("after", "out"), nullptr), noErr);
   peer.send({0xB0, 0x07, 0x7F});
   EXPECT_TRUE(eventually([&] { return listener.inbox.has({0xB0, 0x07, 0x7F}); }));
 }

@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 #include <jack/midiport.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,8 +12,6 @@
 
 #include "JackRecords.h"
 #include "JackTsan.h"
-
-extern char** environ;
 
 namespace jacktest {
 namespace {
@@ -30,10 +28,16 @@ std::string endpointName(MIDIEndpointRef endpoint) {
   return text;
 }
 
-MIDIEndpointRef endpointNamed(const std::string& name, ItemCount (*count)(),
-                              MIDIEndpointRef (*at)(ItemCount)) {
+MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, ItemCount (*count)(),
+                           MIDIEndpointRef (*at)(ItemCount)) {
   for (ItemCount i = 0; i < count(); ++i) {
-    if (endpointName(at(i)) == name) return at(i);
+    MIDIEntityRef entity = 0;
+    MIDIDeviceRef device = 0;
+    if (MIDIEndpointGetEntity(at(i), &entity) != noErr ||
+        MIDIEntityGetDevice(entity, &device) != noErr) {
+      continue;
+    }
+    if (endpointName(device) == client && endpointName(at(i)) == port) return at(i);
   }
   return 0;
 }
@@ -53,14 +57,20 @@ Child::Child(const std::vector<std::string>& arguments, const std::string& outpu
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outputFile.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  const int failed = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failed) throw std::runtime_error("cannot start " + arguments[0]);
+  const int out = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  const int null = open("/dev/null", O_WRONLY);
+  pid_ = fork();
+  if (pid_ == 0) {
+    // A server left behind by a crashed test would hold its name for good.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    dup2(out, STDOUT_FILENO);
+    dup2(null, STDERR_FILENO);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  close(out);
+  close(null);
+  if (pid_ < 0) throw std::runtime_error("cannot start " + arguments[0]);
 }
 
 Child::~Child() {
@@ -90,10 +100,6 @@ void Child::stop() {
   pid_ = -1;
 }
 
-namespace {
-
-constexpr int kServerNames = 4;
-
 bool serverAnswers() {
   jack_status_t status{};
   jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
@@ -102,33 +108,22 @@ bool serverAnswers() {
   return true;
 }
 
-}  // namespace
-
-void JackServer::start() {
+void JackServer::start(bool mustOwn) {
   setenv("JACK_NO_START_SERVER", "1", 1);
   // The probes fail until a server is up; libjack would say so on every try.
   jack_set_error_function([](const char*) {});
   jack_set_info_function([](const char*) {});
-  // After a stop the same server comes back, so clients that kept its name find it again.
-  if (!name_.empty() && startNamed(name_)) return;
-  for (int i = 0; i < kServerNames; ++i) {
-    if (startNamed("tonvik-test-" + std::to_string(i))) return;
+  if (name_.empty()) {
+    const char* given = std::getenv("JACK_DEFAULT_SERVER");
+    if (!mustOwn && given && *given && serverAnswers()) return;
+    // After a stop the same name comes back, so clients that kept it find the server again.
+    name_ = "tonvik-test-" + std::to_string(getpid());
+    setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
   }
-  throw std::runtime_error("jackd did not start: all test server names are in use");
-}
-
-bool JackServer::startNamed(const std::string& name) {
-  setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
-  if (serverAnswers()) return false;  // another test run has it
-  child_ = std::make_unique<Child>(std::vector<std::string>{JACKD_PROGRAM, "-r", "-n", name, "-d",
+  child_ = std::make_unique<Child>(std::vector<std::string>{JACKD_PROGRAM, "-r", "-n", name_, "-d",
                                                             "dummy", "-r", "48000", "-p", "256"});
   eventually([&] { return !child_->running() || serverAnswers(); });
-  if (!child_->running()) {
-    child_.reset();
-    return false;
-  }
-  name_ = name;
-  return true;
+  if (!child_->running()) throw std::runtime_error("jackd did not start as " + name_);
 }
 
 void JackServer::stop() {
@@ -140,12 +135,12 @@ JackServer& server() {
   return server;
 }
 
-MIDIEndpointRef sourceNamed(const std::string& name) {
-  return endpointNamed(name, MIDIGetNumberOfSources, MIDIGetSource);
+MIDIEndpointRef sourceOf(const std::string& client, const std::string& port) {
+  return endpointOf(client, port, MIDIGetNumberOfSources, MIDIGetSource);
 }
 
-MIDIEndpointRef destinationNamed(const std::string& name) {
-  return endpointNamed(name, MIDIGetNumberOfDestinations, MIDIGetDestination);
+MIDIEndpointRef destinationOf(const std::string& client, const std::string& port) {
+  return endpointOf(client, port, MIDIGetNumberOfDestinations, MIDIGetDestination);
 }
 
 Peer::Peer(const std::string& clientName) {
@@ -187,8 +182,14 @@ std::vector<std::vector<Byte>> Peer::received() {
     std::vector<Byte> event(header.size);
     jackmidi::takeRecord(inbound_, header, event.data());
     events_.push_back(std::move(event));
+    times_.push_back(header.due);
   }
   return events_;
+}
+
+std::vector<jack_time_t> Peer::receivedAt() {
+  received();
+  return times_;
 }
 
 int Peer::process(jack_nframes_t frames, void* self) {
@@ -198,7 +199,9 @@ int Peer::process(jack_nframes_t frames, void* self) {
   for (jack_nframes_t i = 0; i < jack_midi_get_event_count(in); ++i) {
     jack_midi_event_t event;
     if (jack_midi_event_get(&event, in, i) != 0) continue;
-    jackmidi::writeRecord(peer->inbound_, {0, 0, static_cast<std::uint32_t>(event.size)},
+    const jack_time_t at =
+        jack_frames_to_time(peer->client_, jack_last_frame_time(peer->client_) + event.time);
+    jackmidi::writeRecord(peer->inbound_, {0, 0, static_cast<std::uint32_t>(event.size), 0, at},
                           event.buffer);
   }
   void* out = jack_port_get_buffer(peer->out_, frames);

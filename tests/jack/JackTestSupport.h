@@ -21,7 +21,8 @@ inline constexpr auto kPatience = std::chrono::seconds(10);
 
 bool eventually(const std::function<bool()>& condition);
 
-// A program run as a child, stopped by SIGTERM to its PID. Its output goes to `outputFile`.
+// A program run as a child, stopped by SIGTERM to its PID, and by the kernel should the test
+// die first. Its output goes to `outputFile`.
 class Child {
  public:
   Child(const std::vector<std::string>& arguments, const std::string& outputFile = "/dev/null");
@@ -36,25 +37,28 @@ class Child {
   pid_t pid_ = -1;
 };
 
-// jackd on its dummy driver. Its name is the first of a few fixed ones that no running server
-// has: libjack's registry of servers never frees the entry of a server that died unannounced
-// except for a new server of the same name, so fresh names would fill it up for good.
+// The JACK server of this test process: the one JACK_DEFAULT_SERVER names if it answers (CI
+// starts one per run), else a jackd of its own on the dummy driver, named after the process.
+// Each test runs in a process of its own, so a test may also insist on a private server.
 class JackServer {
  public:
-  // Also points this process's clients at it, and forbids them to start a server of their own.
-  void start();
+  // Also forbids this process's clients to start a server of their own.
+  void start(bool mustOwn = false);
+  // Only a server of our own is stopped; it comes back under the same name with start().
   void stop();
+  bool owned() const { return child_ != nullptr || !name_.empty(); }
 
  private:
-  bool startNamed(const std::string& name);
   std::string name_;
   std::unique_ptr<Child> child_;
 };
 JackServer& server();
+bool serverAnswers();
 
-// An endpoint of the MIDI system by its name; 0 when there is none.
-MIDIEndpointRef sourceNamed(const std::string& name);
-MIDIEndpointRef destinationNamed(const std::string& name);
+// The endpoint of a port of another JACK client: its device is the client, and it is named after
+// the port. 0 when there is none.
+MIDIEndpointRef sourceOf(const std::string& client, const std::string& port);
+MIDIEndpointRef destinationOf(const std::string& client, const std::string& port);
 
 // A JACK client with one MIDI input "in" and one output "out".
 class Peer {
@@ -69,6 +73,8 @@ class Peer {
   void send(const std::vector<Byte>& event);
   // Every event received so far, one vector each; taken from the process thread's ring.
   std::vector<std::vector<Byte>> received();
+  // JACK's time (microseconds) of each received event's frame.
+  std::vector<jack_time_t> receivedAt();
   // The server went away; such a client may only be closed.
   bool orphaned() const { return orphaned_.load(); }
 
@@ -81,6 +87,7 @@ class Peer {
   jackmidi::ByteRing inbound_{1 << 20};
   jackmidi::ByteRing outbound_{1 << 16};
   std::vector<std::vector<Byte>> events_;
+  std::vector<jack_time_t> times_;
 };
 
 }  // namespace jacktest

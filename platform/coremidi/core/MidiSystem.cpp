@@ -57,16 +57,17 @@ bool MidiSystem::requestBackend(std::string_view name) {
 
 MidiSystem::MidiSystem(std::unique_ptr<Backend> backend)
     : receiver_(inFlight_),
-      scheduler_(inFlight_,
-                 [this](MIDIEndpointRef destination, const std::vector<Byte>& list) {
-                   arrive(destination, packetListIn(list));
-                 }),
+      scheduler_(
+          inFlight_,
+          [this](MIDIPortRef port, MIDIEndpointRef destination, const std::vector<Byte>& list) {
+            arrive(port, destination, packetListIn(list));
+          }),
       sysex_(inFlight_,
              [this](MIDIEndpointRef destination, const Byte* data, UInt16 length) {
                std::vector<Byte> list;
                beginPacketList(list);
                appendPacket(list, hostTimeNow(), data, length);
-               arrive(destination, packetListIn(list));
+               arrive(0, destination, packetListIn(list));
              }),
       backend_(std::move(backend)) {}
 
@@ -74,6 +75,7 @@ OSStatus MidiSystem::createClient(MIDINotifyProc notifyProc, void* refCon,
                                   MIDIClientRef* outClient) {
   if (!outClient) return paramErr;
   if (failures_.consume(midisystem::Failure::ClientCreate)) return kMIDIServerStartErr;
+  if (const OSStatus status = backend_->clientCreating(); status != noErr) return status;
   const MIDIClientRef client = newObjectRef();
   {
     std::lock_guard lock(mutex_);
@@ -94,7 +96,7 @@ OSStatus MidiSystem::disposeClient(MIDIClientRef client) {
     clients_.erase(found);
     for (MIDIPortRef port : ports) ports_.erase(port);
   }
-  for (MIDIPortRef port : ports) receiver_.disposePort(port);
+  for (MIDIPortRef port : ports) forgetPort(port);
   notifications_.removeClient(client);
   return noErr;
 }
@@ -102,15 +104,24 @@ OSStatus MidiSystem::disposeClient(MIDIClientRef client) {
 OSStatus MidiSystem::createPort(MIDIClientRef client, bool isInput, MIDIReadProc readProc,
                                 void* refCon, MIDIPortRef* outPort) {
   if (!outPort || (isInput && !readProc)) return paramErr;
-  std::lock_guard lock(mutex_);
-  auto found = clients_.find(client);
-  if (found == clients_.end()) return kMIDIInvalidClient;
-  const auto failure =
-      isInput ? midisystem::Failure::InputPortCreate : midisystem::Failure::OutputPortCreate;
-  if (failures_.consume(failure)) return kMIDINotPermitted;
   const MIDIPortRef port = newObjectRef();
-  ports_[port] = {client, isInput, readProc, refCon};
-  found->second.push_back(port);
+  {
+    std::lock_guard lock(mutex_);
+    auto found = clients_.find(client);
+    if (found == clients_.end()) return kMIDIInvalidClient;
+    const auto failure =
+        isInput ? midisystem::Failure::InputPortCreate : midisystem::Failure::OutputPortCreate;
+    if (failures_.consume(failure)) return kMIDINotPermitted;
+    ports_[port] = {client, isInput, readProc, refCon};
+    found->second.push_back(port);
+  }
+  // Outside the lock: a backend may talk to its engine, whose answers can take a while.
+  if (const OSStatus status = backend_->portCreated(port, isInput); status != noErr) {
+    std::lock_guard lock(mutex_);
+    std::erase(clients_[client], port);
+    ports_.erase(port);
+    return status;
+  }
   *outPort = port;
   return noErr;
 }
@@ -132,20 +143,33 @@ OSStatus MidiSystem::disposePort(MIDIPortRef port) {
     std::erase(clients_[found->second.client], port);
     ports_.erase(found);
   }
-  receiver_.disposePort(port);
+  forgetPort(port);
   return noErr;
+}
+
+void MidiSystem::forgetPort(MIDIPortRef port) {
+  receiver_.disposePort(port);
+  backend_->portDisposed(port);
 }
 
 OSStatus MidiSystem::connectSource(MIDIPortRef port, MIDIEndpointRef source,
                                    void* connectionRefCon) {
-  std::lock_guard lock(mutex_);
-  auto found = ports_.find(port);
-  if (found == ports_.end() || !found->second.isInput) return kMIDIInvalidPort;
-  if (!graph_.isType(source, kMIDIObjectType_Source)) return kMIDIUnknownEndpoint;
-  if (failures_.consume(midisystem::Failure::ConnectSource)) return kMIDINotPermitted;
-  // The receiver never waits for this lock, so taking its own lock inside cannot deadlock.
-  receiver_.connect(port, source, found->second.readProc, found->second.refCon, connectionRefCon);
-  return noErr;
+  InputConnection connection{port, source, nullptr, nullptr, connectionRefCon};
+  {
+    std::lock_guard lock(mutex_);
+    auto found = ports_.find(port);
+    if (found == ports_.end() || !found->second.isInput) return kMIDIInvalidPort;
+    if (!graph_.isType(source, kMIDIObjectType_Source)) return kMIDIUnknownEndpoint;
+    if (failures_.consume(midisystem::Failure::ConnectSource)) return kMIDINotPermitted;
+    connection.readProc = found->second.readProc;
+    connection.portRefCon = found->second.refCon;
+    if (!backend_->readsInputPorts()) {
+      // The receiver never waits for this lock, so taking its own lock inside cannot deadlock.
+      receiver_.connect(port, source, connection.readProc, connection.portRefCon, connectionRefCon);
+      return noErr;
+    }
+  }
+  return backend_->connectInput(connection);
 }
 
 OSStatus MidiSystem::disconnectSource(MIDIPortRef port, MIDIEndpointRef source) {
@@ -154,7 +178,9 @@ OSStatus MidiSystem::disconnectSource(MIDIPortRef port, MIDIEndpointRef source) 
     auto found = ports_.find(port);
     if (found == ports_.end() || !found->second.isInput) return kMIDIInvalidPort;
   }
-  return receiver_.disconnect(port, source) ? noErr : kMIDINoConnection;
+  const bool wasConnected = backend_->readsInputPorts() ? backend_->disconnectInput(port, source)
+                                                        : receiver_.disconnect(port, source);
+  return wasConnected ? noErr : kMIDINoConnection;
 }
 
 OSStatus MidiSystem::send(MIDIPortRef port, MIDIEndpointRef destination,
@@ -167,19 +193,20 @@ OSStatus MidiSystem::send(MIDIPortRef port, MIDIEndpointRef destination,
     if (!graph_.isType(destination, kMIDIObjectType_Destination)) return kMIDIUnknownEndpoint;
   }
   if (failures_.consume(midisystem::Failure::Send)) return kMIDIMessageSendErr;
-  const MIDITimeStamp now = hostTimeNow();
+  const MIDITimeStamp lead = backend_->deliveryLead();
+  const MIDITimeStamp handOverBy = hostTimeNow() + lead;
   std::vector<Byte> immediate;
   beginPacketList(immediate);
   forEachPacket(packets, [&](const MIDIPacket& packet) {
     const Byte* data = reinterpret_cast<const Byte*>(&packet) + kMIDIPacketHeaderSize;
     const MIDITimeStamp due = packet.timeStamp;
-    if (due == 0 || due <= now) {
+    if (due == 0 || due <= handOverBy) {
       appendPacket(immediate, due, data, packet.length);
     } else {
-      scheduler_.schedule(destination, due, data, packet.length);
+      scheduler_.schedule(port, destination, due - lead, due, data, packet.length);
     }
   });
-  if (packetCount(immediate) > 0) arrive(destination, packetListIn(immediate));
+  if (packetCount(immediate) > 0) arrive(port, destination, packetListIn(immediate));
   return noErr;
 }
 
@@ -212,12 +239,13 @@ std::uint64_t MidiSystem::receive(MIDIEndpointRef source, const std::vector<Byte
   return receiver_.deliver(source, packetList);
 }
 
-void MidiSystem::arrive(MIDIEndpointRef destination, const MIDIPacketList* packets) {
+void MidiSystem::arrive(MIDIPortRef port, MIDIEndpointRef destination,
+                        const MIDIPacketList* packets) {
   {
     std::lock_guard lock(mutex_);
     if (!graph_.isType(destination, kMIDIObjectType_Destination)) return;
   }
-  backend_->deliver(destination, packets);
+  backend_->deliver(port, destination, packets);
 }
 
 }  // namespace coremidi

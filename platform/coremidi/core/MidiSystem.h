@@ -54,7 +54,7 @@ class MidiSystem {
   // Hands a packet list that arrived at a source to the read procedures connected to it.
   std::uint64_t receive(MIDIEndpointRef source, const std::vector<Byte>& packetList);
   // A packet list whose time has come reaches the destination, if it still exists.
-  void arrive(MIDIEndpointRef destination, const MIDIPacketList* packets);
+  void arrive(MIDIPortRef port, MIDIEndpointRef destination, const MIDIPacketList* packets);
 
   Receiver& receiver() { return receiver_; }
   InFlight& inFlight() { return inFlight_; }
@@ -74,6 +74,7 @@ class MidiSystem {
   explicit MidiSystem(std::unique_ptr<Backend> backend);
   OSStatus createPort(MIDIClientRef client, bool isInput, MIDIReadProc readProc, void* refCon,
                       MIDIPortRef* outPort);
+  void forgetPort(MIDIPortRef port);
 
   std::mutex mutex_;  // the graph, clients and ports
   ObjectGraph graph_;

@@ -75,6 +75,13 @@ bool ObjectGraph::remove(MIDIObjectRef object) {
     forget(object);
     return true;
   }
+  if (found->type == kMIDIObjectType_Entity) {
+    for (MIDIEndpointRef source : found->sources) forget(source);
+    for (MIDIEndpointRef destination : found->destinations) forget(destination);
+    eraseValue(objects_.at(found->parent).entities, object);
+    forget(object);
+    return true;
+  }
   const bool isEndpoint =
       found->type == kMIDIObjectType_Source || found->type == kMIDIObjectType_Destination;
   if (!isEndpoint || found->parent != 0) return false;

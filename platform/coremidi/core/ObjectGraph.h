@@ -41,7 +41,7 @@ class ObjectGraph {
   // entity 0 makes an unattached endpoint. type is source or destination.
   MIDIEndpointRef addEndpoint(MIDIEntityRef entity, MIDIObjectType type, const ObjectName& name,
                               SInt32 advanceScheduleTimeMuSec);
-  // A device with all it holds, or an unattached endpoint.
+  // A device or an entity with all it holds, or an unattached endpoint.
   bool remove(MIDIObjectRef object);
   bool rename(MIDIObjectRef object, const ObjectName& name);
 

@@ -20,14 +20,14 @@ Scheduler::~Scheduler() {
   thread_.join();
 }
 
-void Scheduler::schedule(MIDIEndpointRef destination, MIDITimeStamp due, const Byte* data,
-                         UInt16 length) {
-  Pending pending{destination, {}};
+void Scheduler::schedule(MIDIPortRef port, MIDIEndpointRef destination, MIDITimeStamp release,
+                         MIDITimeStamp due, const Byte* data, UInt16 length) {
+  Pending pending{port, destination, {}};
   beginPacketList(pending.list);
   appendPacket(pending.list, due, data, length);
   inFlight_.add();
   std::lock_guard lock(mutex_);
-  pending_.emplace(due, std::move(pending));
+  pending_.emplace(release, std::move(pending));
   changed_.notify_all();
 }
 
@@ -48,7 +48,7 @@ void Scheduler::run() {
     Pending pending = std::move(pending_.begin()->second);
     pending_.erase(pending_.begin());
     lock.unlock();
-    sink_(pending.destination, pending.list);
+    sink_(pending.port, pending.destination, pending.list);
     inFlight_.done();
     lock.lock();
   }

@@ -17,17 +17,21 @@ namespace coremidi {
 class Scheduler {
  public:
   // Called on the delivery thread with a one-packet list whose time has come.
-  using Sink = std::function<void(MIDIEndpointRef destination, const std::vector<Byte>& list)>;
+  using Sink = std::function<void(MIDIPortRef port, MIDIEndpointRef destination,
+                                  const std::vector<Byte>& list)>;
 
   Scheduler(InFlight& inFlight, Sink sink);
   ~Scheduler();
   Scheduler(const Scheduler&) = delete;
   Scheduler& operator=(const Scheduler&) = delete;
 
-  void schedule(MIDIEndpointRef destination, MIDITimeStamp due, const Byte* data, UInt16 length);
+  // The packet keeps its time stamp `due`; it is handed on at `release`, which may be earlier.
+  void schedule(MIDIPortRef port, MIDIEndpointRef destination, MIDITimeStamp release,
+                MIDITimeStamp due, const Byte* data, UInt16 length);
 
  private:
   struct Pending {
+    MIDIPortRef port;
     MIDIEndpointRef destination;
     std::vector<Byte> list;
   };

@@ -1,8 +1,14 @@
 #include "JackBackend.h"
 
+#include <jack/metadata.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
+#include <utility>
 
 #include "HostClock.h"
 #include "MidiSystem.h"
@@ -11,17 +17,23 @@
 namespace jackmidi {
 namespace {
 
-// Both rings hold far more than the ~32 KB a port buffer takes in one period.
+// Each ring holds far more than the ~32 KB a port buffer takes in one period.
 constexpr std::size_t kRingBytes = 1 << 18;
 // Long sysex goes out in pieces of this size; JACK receivers join them.
 constexpr std::size_t kSendChunk = 1024;
-// How long the backend's thread sleeps between looks at the received ring and the server.
-constexpr auto kPollInterval = std::chrono::milliseconds(1);
+// Packets with a later time stamp are handed to the process thread this long before their time,
+// so that they can be placed on their frame.
+constexpr UInt64 kDeliveryLeadNanos = 20'000'000;
+// How often the backend's thread looks at JACK's flags, and at a missing server.
+constexpr auto kPollInterval = std::chrono::milliseconds(2);
 constexpr auto kReopenInterval = std::chrono::milliseconds(250);
-// The first look for a server, made before the system is handed out, may take this long.
-constexpr auto kFirstAttemptPatience = std::chrono::seconds(5);
-// A sender waits this long for room in the ring before it drops what it has.
+constexpr auto kClockRefreshInterval = std::chrono::milliseconds(100);
+// A sender waits this long for room in a ring before it drops what it has.
 constexpr auto kSendPatience = std::chrono::seconds(2);
+// Two whole cycles after a slot was cleared, no process call can still use what it held.
+constexpr std::uint64_t kCyclesToForget = 2;
+// A stalled server must not hang a caller: after this, the slot is reused regardless.
+constexpr auto kCycleWait = std::chrono::milliseconds(200);
 constexpr Byte kSysexStart = 0xF0;
 constexpr Byte kStatusBit = 0x80;
 
@@ -29,9 +41,14 @@ constexpr Byte kStatusBit = 0x80;
 // libjack's own state is torn down.
 std::atomic<JackBackend*> running_{nullptr};
 
-// libjack's messages would come from the process thread too, and a failed look for a server is
-// expected: the backend writes its own diagnostics.
+// libjack would print from the process thread too, and a failed look for a server is expected:
+// the backend writes its own diagnostics.
 void quiet(const char*) {}
+
+std::string serverName() {
+  const char* name = std::getenv("JACK_DEFAULT_SERVER");
+  return name && *name ? name : "default";
+}
 
 }  // namespace
 
@@ -43,20 +60,312 @@ JackBackend::~JackBackend() {
 
 void JackBackend::start(coremidi::MidiSystem& system) {
   system_ = &system;
-  received_ = std::make_unique<ByteRing>(kRingBytes);
-  toSend_ = std::make_unique<ByteRing>(kRingBytes);
+  sendNow_ = std::make_unique<ByteRing>(kRingBytes);
+  sendTimed_ = std::make_unique<ByteRing>(kRingBytes);
+  // Room for the largest packet, so that the process thread never grows it.
+  packetList_.reserve(sizeof(MIDIPacketList) + coremidi::kMaxPacketLength + 16);
   jack_set_error_function(quiet);
   jack_set_info_function(quiet);
-  thread_ = std::thread([this] { run(); });
-  const auto deadline = std::chrono::steady_clock::now() + kFirstAttemptPatience;
-  while (!firstAttemptDone_.load(std::memory_order_acquire) &&
-         std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(kPollInterval);
+  {
+    // The first listing already shows what the server has.
+    std::lock_guard lock(controlMutex_);
+    open();
   }
+  thread_ = std::thread([this] { run(); });
   running_.store(this, std::memory_order_release);
   std::atexit([] {
     if (JackBackend* backend = running_.exchange(nullptr)) backend->stopThread();
   });
+}
+
+bool JackBackend::open() {
+  jack_status_t status{};
+  client_ = jack_client_open(kClientName, JackNoStartServer, &status);
+  if (!client_) return false;
+  serverGone_.store(false, std::memory_order_release);
+  jack_set_process_callback(client_, process, this);
+  jack_set_port_registration_callback(client_, portRegistered, this);
+  jack_set_port_rename_callback(client_, portRenamed, this);
+  jack_set_client_registration_callback(client_, clientRegistered, this);
+  jack_set_property_change_callback(client_, propertyChanged, this);
+  jack_on_info_shutdown(client_, serverShutDown, this);
+  processClient_.store(client_, std::memory_order_release);
+  if (jack_activate(client_) != 0) {
+    processClient_.store(nullptr, std::memory_order_release);
+    jack_client_close(client_);
+    client_ = nullptr;
+    return false;
+  }
+  refreshClockOffset();
+  // Ports of a client made before, when the server went away, come back under their names.
+  for (auto& own : ownPorts_) registerOwn(*own);
+  // Ports that existed before activation are never announced.
+  portsChanged_.store(false, std::memory_order_relaxed);
+  synchronise();
+  if (toldGone_) {
+    std::fprintf(stderr, "JACK backend: connected to the JACK server \"%s\" as \"%s\".\n",
+                 serverName().c_str(), jack_get_client_name(client_));
+    toldGone_ = false;
+  }
+  return true;
+}
+
+void JackBackend::close() {
+  for (auto& own : ownPorts_) unregisterOwn(*own);
+  forgetPeers();
+  if (client_) {
+    if (!serverGone_.load(std::memory_order_acquire)) jack_deactivate(client_);
+    jack_client_close(client_);
+    processClient_.store(nullptr, std::memory_order_release);
+    client_ = nullptr;
+  }
+}
+
+OSStatus JackBackend::clientCreating() {
+  std::lock_guard lock(controlMutex_);
+  if (client_ || open()) return noErr;
+  std::fprintf(stderr,
+               "JACK backend: the JACK server \"%s\" is not running; start it (for example "
+               "\"jackd -d dummy\") and call Init again.\n",
+               serverName().c_str());
+  return kMIDIServerStartErr;
+}
+
+OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput) {
+  std::lock_guard lock(controlMutex_);
+  if (!client_) return kMIDIServerStartErr;
+  std::vector<bool> used(kMaxPorts, false);
+  for (const auto& own : ownPorts_) {
+    if (own->isInput == isInput) used[own->slot] = true;
+  }
+  const auto free = std::find(used.begin(), used.end(), false);
+  if (free == used.end()) return kMIDINotPermitted;
+  auto own = std::make_unique<OwnPort>();
+  own->port = port;
+  own->isInput = isInput;
+  own->slot = static_cast<std::size_t>(free - used.begin());
+  // The first port of a kind takes the plain name, later ones the lowest free number from 2.
+  const std::string base = isInput ? kInputPortName : kOutputPortName;
+  for (int number = 1; own->name.empty(); ++number) {
+    const std::string candidate = number == 1 ? base : base + " " + std::to_string(number);
+    const bool taken = std::any_of(ownPorts_.begin(), ownPorts_.end(),
+                                   [&](const auto& other) { return other->name == candidate; });
+    if (!taken) own->name = candidate;
+  }
+  if (!registerOwn(*own)) return kMIDINotPermitted;
+  ownPorts_.push_back(std::move(own));
+  return noErr;
+}
+
+bool JackBackend::registerOwn(OwnPort& own) {
+  const unsigned long direction = own.isInput ? JackPortIsInput : JackPortIsOutput;
+  own.jackPort =
+      jack_port_register(client_, own.name.c_str(), JACK_DEFAULT_MIDI_TYPE, direction, 0);
+  if (!own.jackPort) {
+    std::fprintf(stderr, "JACK backend: cannot register the port \"%s\".\n", own.name.c_str());
+    return false;
+  }
+  if (own.isInput) {
+    inputs_[own.slot].port.store(own.jackPort, std::memory_order_release);
+  } else {
+    OutputSlot& slot = outputs_[own.slot];
+    slot.generation.store(slot.generation.load(std::memory_order_relaxed) + 1,
+                          std::memory_order_relaxed);
+    slot.port.store(own.jackPort, std::memory_order_release);
+  }
+  return true;
+}
+
+void JackBackend::unregisterOwn(OwnPort& own) {
+  if (own.isInput) {
+    inputs_[own.slot].port.store(nullptr, std::memory_order_release);
+  } else {
+    outputs_[own.slot].port.store(nullptr, std::memory_order_release);
+    own.destination = 0;
+  }
+  if (own.jackPort && client_ && !serverGone_.load(std::memory_order_acquire)) {
+    waitForCycles();
+    jack_port_unregister(client_, own.jackPort);
+  }
+  own.jackPort = nullptr;
+}
+
+void JackBackend::portDisposed(MIDIPortRef port) {
+  std::lock_guard lock(controlMutex_);
+  const auto found = std::find_if(ownPorts_.begin(), ownPorts_.end(),
+                                  [&](const auto& own) { return own->port == port; });
+  if (found == ownPorts_.end()) return;
+  OwnPort& own = **found;
+  if (own.isInput) inputs_[own.slot].listener.store(nullptr, std::memory_order_release);
+  unregisterOwn(own);
+  ownPorts_.erase(found);
+}
+
+JackBackend::OwnPort* JackBackend::ownPort(MIDIPortRef port) {
+  for (auto& own : ownPorts_) {
+    if (own->port == port) return own.get();
+  }
+  return nullptr;
+}
+
+OSStatus JackBackend::connectInput(const coremidi::InputConnection& connection) {
+  std::lock_guard lock(controlMutex_);
+  OwnPort* own = ownPort(connection.port);
+  if (!own || !own->isInput) return kMIDIInvalidPort;
+  const PeerPort* peer = peerOf(connection.source);
+  if (!client_ || !peer) return kMIDIUnknownEndpoint;
+  const int status = jack_connect(client_, peer->fullName.c_str(), jack_port_name(own->jackPort));
+  if (status != 0 && status != EEXIST) return kMIDINotPermitted;
+  auto listener = std::make_unique<Listener>(
+      Listener{connection.readProc, connection.portRefCon, connection.connectionRefCon});
+  auto& connections = own->connections;
+  const auto same = std::find_if(connections.begin(), connections.end(),
+                                 [&](const auto& c) { return c.first == connection.source; });
+  std::unique_ptr<Listener> retired;
+  if (same != connections.end()) {
+    retired = std::exchange(same->second, std::move(listener));
+  } else {
+    connections.emplace_back(connection.source, std::move(listener));
+  }
+  publishListener(*own);
+  if (retired) waitForCycles();
+  return noErr;
+}
+
+bool JackBackend::disconnectInput(MIDIPortRef port, MIDIEndpointRef source) {
+  std::lock_guard lock(controlMutex_);
+  OwnPort* own = ownPort(port);
+  if (!own || !own->isInput) return false;
+  auto& connections = own->connections;
+  const auto found = std::find_if(connections.begin(), connections.end(),
+                                  [&](const auto& c) { return c.first == source; });
+  if (found == connections.end()) return false;
+  if (const PeerPort* peer = peerOf(source); peer && client_ && own->jackPort) {
+    jack_disconnect(client_, peer->fullName.c_str(), jack_port_name(own->jackPort));
+  }
+  const std::unique_ptr<Listener> retired = std::move(found->second);
+  connections.erase(found);
+  publishListener(*own);
+  waitForCycles();  // no read procedure of the retired listener runs after this
+  return true;
+}
+
+// JACK merges what several sources send into one input port and keeps no sender: the events go
+// to the first connection's read procedure.
+void JackBackend::publishListener(OwnPort& own) {
+  const Listener* first = own.connections.empty() ? nullptr : own.connections.front().second.get();
+  inputs_[own.slot].listener.store(first, std::memory_order_release);
+}
+
+void JackBackend::waitForCycles() {
+  if (!client_ || serverGone_.load(std::memory_order_acquire)) return;
+  const std::uint64_t from = cycles_.load(std::memory_order_acquire);
+  const auto deadline = std::chrono::steady_clock::now() + kCycleWait;
+  while (cycles_.load(std::memory_order_acquire) < from + kCyclesToForget &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+MIDITimeStamp JackBackend::deliveryLead() const {
+  return coremidi::nanosToHostTime(kDeliveryLeadNanos);
+}
+
+// A system-exclusive request names no port: it goes out of the output port already connected to
+// its destination, else out of the newest output port that has none, else the newest one.
+JackBackend::OwnPort* JackBackend::senderFor(MIDIPortRef port, MIDIEndpointRef destination) {
+  if (port != 0) return ownPort(port);
+  OwnPort* unconnected = nullptr;
+  OwnPort* newest = nullptr;
+  for (auto& own : ownPorts_) {
+    if (own->isInput) continue;
+    if (own->destination == destination) return own.get();
+    if (own->destination == 0) unconnected = own.get();
+    newest = own.get();
+  }
+  return unconnected ? unconnected : newest;
+}
+
+// One JACK output port plays to all its connections: it follows the latest destination sent to.
+bool JackBackend::connectOutput(OwnPort& own, MIDIEndpointRef destination) {
+  if (own.destination == destination) return true;
+  const PeerPort* peer = peerOf(destination);
+  if (!peer || !client_ || !own.jackPort) return false;
+  const char* ours = jack_port_name(own.jackPort);
+  if (const PeerPort* previous = peerOf(own.destination)) {
+    jack_disconnect(client_, ours, previous->fullName.c_str());
+  }
+  const int status = jack_connect(client_, ours, peer->fullName.c_str());
+  if (status != 0 && status != EEXIST) return false;
+  own.destination = destination;
+  return true;
+}
+
+void JackBackend::deliver(MIDIPortRef port, MIDIEndpointRef destination,
+                          const MIDIPacketList* packets) {
+  std::uint32_t slot = 0;
+  std::uint32_t generation = 0;
+  {
+    std::lock_guard lock(controlMutex_);
+    OwnPort* own = senderFor(port, destination);
+    if (!own || own->isInput || !connectOutput(*own, destination)) return;
+    slot = static_cast<std::uint32_t>(own->slot);
+    generation = outputs_[own->slot].generation.load(std::memory_order_relaxed);
+  }
+  // Released before the rings are filled: a full ring waits for the process thread, which needs
+  // no lock; a port disposed meanwhile drops the records by their generation.
+  std::lock_guard lock(sendMutex_);
+  const MIDITimeStamp now = coremidi::hostTimeNow();
+  coremidi::forEachPacket(packets, [&](const MIDIPacket& packet) {
+    const Byte* data = reinterpret_cast<const Byte*>(&packet) + kMIDIPacketHeaderSize;
+    const std::size_t length = packet.length;
+    if (length == 0) return;
+    const MIDITimeStamp due = packet.timeStamp > now ? packet.timeStamp : 0;
+    ByteRing& ring = due != 0 ? *sendTimed_ : *sendNow_;
+    auto queue = [&](std::size_t begin, std::size_t end) {
+      queueRecord(ring, {slot, generation, static_cast<std::uint32_t>(end - begin), 0, due},
+                  data + begin);
+    };
+    if (data[0] == kSysexStart || data[0] < kStatusBit) {
+      for (std::size_t at = 0; at < length; at += kSendChunk) {
+        queue(at, std::min(length, at + kSendChunk));
+      }
+      return;
+    }
+    // One JACK event per message: a status byte with the data bytes behind it.
+    std::size_t begin = 0;
+    for (std::size_t at = 1; at <= length; ++at) {
+      if (at == length || data[at] >= kStatusBit) {
+        queue(begin, at);
+        begin = at;
+      }
+    }
+  });
+}
+
+bool JackBackend::queueRecord(ByteRing& ring, const RecordHeader& header, const Byte* data) {
+  const auto deadline = std::chrono::steady_clock::now() + kSendPatience;
+  while (!writeRecord(ring, header, data)) {
+    if (serverGone_.load(std::memory_order_acquire) ||
+        processClient_.load(std::memory_order_acquire) == nullptr ||
+        std::chrono::steady_clock::now() > deadline) {
+      std::fprintf(stderr, "JACK backend: %u MIDI bytes were dropped: the JACK server took none.\n",
+                   header.size);
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+void JackBackend::refreshClockOffset() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const jack_time_t jackNow = jack_get_time();
+  const std::int64_t hostNanos =
+      static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+  clockOffsetNanos_.store(hostNanos - static_cast<std::int64_t>(jackNow) * 1000,
+                          std::memory_order_relaxed);
 }
 
 void JackBackend::stopThread() {
@@ -65,107 +374,36 @@ void JackBackend::stopThread() {
 }
 
 void JackBackend::run() {
+  auto lastReopen = std::chrono::steady_clock::now();
+  auto lastClock = lastReopen;
   while (!stop_.load(std::memory_order_acquire)) {
-    if (!client_) {
-      if (open()) {
-        if (toldNoServer_) {
-          std::fprintf(stderr, "JACK backend: connected to the JACK server as \"%s\".\n",
-                       jack_get_client_name(client_));
-        }
-        toldNoServer_ = false;
-      } else if (!toldNoServer_) {
-        std::fprintf(stderr,
-                     "JACK backend: no JACK server is running; its MIDI ports appear once one "
-                     "starts.\n");
-        toldNoServer_ = true;
-      }
-      firstAttemptDone_.store(true, std::memory_order_release);
-      if (!client_) {
-        std::this_thread::sleep_for(kReopenInterval);
-        continue;
-      }
-    }
-    if (serverGone_.load(std::memory_order_acquire)) {
+    std::this_thread::sleep_for(kPollInterval);
+    const auto now = std::chrono::steady_clock::now();
+    std::lock_guard lock(controlMutex_);
+    if (serverGone_.load(std::memory_order_acquire) && client_) {
       std::fprintf(stderr,
-                   "JACK backend: the JACK server went away; its MIDI ports are gone until it "
-                   "runs again.\n");
+                   "JACK backend: the JACK server \"%s\" went away; its MIDI ports are gone until "
+                   "it runs again.\n",
+                   serverName().c_str());
       close();
-      toldNoServer_ = true;
+      toldGone_ = true;
+      continue;
+    }
+    if (!client_) {
+      if (now - lastReopen >= kReopenInterval) {
+        lastReopen = now;
+        open();
+      }
       continue;
     }
     if (portsChanged_.exchange(false, std::memory_order_acq_rel)) synchronise();
-    forwardReceived();
-    std::this_thread::sleep_for(kPollInterval);
+    if (now - lastClock >= kClockRefreshInterval) {
+      lastClock = now;
+      refreshClockOffset();
+    }
   }
+  std::lock_guard lock(controlMutex_);
   close();
-}
-
-void JackBackend::forwardReceived() {
-  const std::uint64_t dropped = receivedDropped_.exchange(0, std::memory_order_relaxed);
-  if (dropped > 0) {
-    std::fprintf(stderr, "JACK backend: %llu received MIDI events were lost: the ring was full.\n",
-                 static_cast<unsigned long long>(dropped));
-  }
-  RecordHeader header;
-  while (peekRecord(*received_, header)) {
-    event_.resize(header.size);
-    takeRecord(*received_, header, event_.data());
-    // A record of a port that left, or whose slot was reused since, has no source any more.
-    if (header.slot >= kMaxPorts || sourceOfSlot_[header.slot] == 0 ||
-        inputs_[header.slot].generation.load(std::memory_order_relaxed) != header.generation ||
-        header.size > coremidi::kMaxPacketLength) {
-      continue;
-    }
-    coremidi::beginPacketList(packetList_);
-    coremidi::appendPacket(packetList_, coremidi::hostTimeNow(), event_.data(),
-                           static_cast<UInt16>(header.size));
-    system_->receive(sourceOfSlot_[header.slot], packetList_);
-  }
-}
-
-void JackBackend::deliver(MIDIEndpointRef destination, const MIDIPacketList* packets) {
-  std::lock_guard lock(sendMutex_);
-  const auto found = sendTargets_.find(destination);
-  if (found == sendTargets_.end()) return;
-  const SendTarget target = found->second;
-  coremidi::forEachPacket(packets, [&](const MIDIPacket& packet) {
-    const Byte* data = reinterpret_cast<const Byte*>(&packet) + kMIDIPacketHeaderSize;
-    const std::size_t length = packet.length;
-    if (length == 0) return;
-    if (data[0] == kSysexStart || data[0] < kStatusBit) {
-      for (std::size_t at = 0; at < length; at += kSendChunk) {
-        const std::size_t piece = std::min(kSendChunk, length - at);
-        queueRecord({static_cast<std::uint32_t>(target.slot), target.generation,
-                     static_cast<std::uint32_t>(piece)},
-                    data + at);
-      }
-      return;
-    }
-    // One JACK event per message: a status byte with the data bytes behind it.
-    std::size_t begin = 0;
-    for (std::size_t at = 1; at <= length; ++at) {
-      if (at == length || data[at] >= kStatusBit) {
-        queueRecord({static_cast<std::uint32_t>(target.slot), target.generation,
-                     static_cast<std::uint32_t>(at - begin)},
-                    data + begin);
-        begin = at;
-      }
-    }
-  });
-}
-
-bool JackBackend::queueRecord(const RecordHeader& header, const Byte* data) {
-  const auto deadline = std::chrono::steady_clock::now() + kSendPatience;
-  while (!writeRecord(*toSend_, header, data)) {
-    if (serverGone_.load(std::memory_order_acquire) ||
-        std::chrono::steady_clock::now() > deadline) {
-      std::fprintf(stderr, "JACK backend: %u MIDI bytes were dropped: the JACK server took none.\n",
-                   header.size);
-      return false;
-    }
-    std::this_thread::sleep_for(kPollInterval);
-  }
-  return true;
 }
 
 }  // namespace jackmidi

@@ -1,14 +1,19 @@
-// Real MIDI through a JACK server: every MIDI port of the other JACK clients becomes an endpoint
-// named by its full JACK name ("client:port"). The client "Tonvik Xtra" keeps one port of its
-// own per endpoint, connected to it, so that a send reaches only its destination and a receive
-// knows its source.
+// Real MIDI through a JACK server. The MIDI system's client is one JACK client, "Tonvik Xtra";
+// each of its input ports is a JACK input port "Fenwold Input", each output port a JACK output
+// port "Fenwold Output" (numbered from 2 when there are several: JACK wants port names unique
+// within a client). Every other JACK client with MIDI ports is a device named after the client,
+// each of its MIDI ports an entity with one endpoint named after the port.
 //
-// Threads: JACK's process thread only moves bytes between the port buffers and two lock-free
-// rings. The backend's own thread does everything else: opening the client (again, after the
-// server went away), following port changes, and handing received bytes to the MIDI system.
+// Threads: JACK's process thread reads the input ports straight into the read procedures and
+// writes what senders queued in two lock-free rings; it allocates nothing and takes no lock. The
+// backend's own thread follows what JACK's notification thread flags (ports, clients, the server
+// going away) and reopens the client once a server runs again. Everything else runs on the
+// threads of the API's callers, under `controlMutex_`.
 #pragma once
 
 #include <jack/jack.h>
+#include <jack/metadata.h>
+#include <jack/uuid.h>
 
 #include <array>
 #include <atomic>
@@ -18,7 +23,6 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 #include "Backend.h"
@@ -30,6 +34,8 @@ class JackBackend : public coremidi::Backend {
  public:
   static constexpr const char* kName = "jack";
   static constexpr const char* kClientName = "Tonvik Xtra";
+  static constexpr const char* kInputPortName = "Fenwold Input";
+  static constexpr const char* kOutputPortName = "Fenwold Output";
 
   JackBackend();
   ~JackBackend() override;
@@ -38,23 +44,57 @@ class JackBackend : public coremidi::Backend {
 
   const char* name() const override { return kName; }
   void start(coremidi::MidiSystem& system) override;
-  void deliver(MIDIEndpointRef destination, const MIDIPacketList* packets) override;
+  OSStatus clientCreating() override;
+  OSStatus portCreated(MIDIPortRef port, bool isInput) override;
+  void portDisposed(MIDIPortRef port) override;
+  bool readsInputPorts() const override { return true; }
+  OSStatus connectInput(const coremidi::InputConnection& connection) override;
+  bool disconnectInput(MIDIPortRef port, MIDIEndpointRef source) override;
+  MIDITimeStamp deliveryLead() const override;
+  void deliver(MIDIPortRef port, MIDIEndpointRef destination,
+               const MIDIPacketList* packets) override;
 
  private:
-  // Read by the process thread: the port is published last (release), so the generation that
-  // goes with it is visible once the port is (acquire).
-  struct PortSlot {
+  // What the process thread needs of an input port's first connection.
+  struct Listener {
+    MIDIReadProc readProc;
+    void* portRefCon;
+    void* connectionRefCon;
+  };
+  // Read by the process thread. The port is published last (release), so what goes with it is
+  // visible once the port is (acquire); a slot is cleared, then left alone for two cycles.
+  struct InputSlot {
+    std::atomic<jack_port_t*> port{nullptr};
+    std::atomic<const Listener*> listener{nullptr};
+  };
+  struct OutputSlot {
     std::atomic<jack_port_t*> port{nullptr};
     std::atomic<std::uint32_t> generation{0};
   };
-  // A port of another client, as the backend's thread keeps it.
-  struct Mirror {
-    MIDIEndpointRef endpoint = 0;
+  // One of our own ports, as the controlling threads keep it.
+  struct OwnPort {
+    MIDIPortRef port = 0;
+    bool isInput = false;
     std::size_t slot = 0;
+    std::string name;  // short name within our client
+    jack_port_t* jackPort = nullptr;
+    // Input: the sources connected, the first of which the process thread hands events to.
+    std::vector<std::pair<MIDIEndpointRef, std::unique_ptr<Listener>>> connections;
+    // Output: the destination it is connected to; it follows the latest one sent to.
+    MIDIEndpointRef destination = 0;
   };
-  struct SendTarget {
-    std::size_t slot;
-    std::uint32_t generation;
+  // A MIDI port of another client.
+  struct PeerPort {
+    jack_uuid_t uuid = 0;
+    std::string fullName;
+    std::string shownName;
+    bool isSource = false;
+    MIDIEntityRef entity = 0;
+    MIDIEndpointRef endpoint = 0;
+  };
+  struct PeerClient {
+    MIDIDeviceRef device = 0;
+    std::vector<PeerPort> ports;
   };
 
   // JackProcess.cpp: callbacks of libjack.
@@ -62,49 +102,60 @@ class JackBackend : public coremidi::Backend {
   static void portRegistered(jack_port_id_t, int, void* self);
   static void portRenamed(jack_port_id_t, const char*, const char*, void* self);
   static void clientRegistered(const char*, int, void* self);
+  static void propertyChanged(jack_uuid_t, const char*, jack_property_change_t, void* self);
   static void serverShutDown(jack_status_t, const char*, void* self);
-  void readInputs(jack_nframes_t frames);
-  void writeOutputs(jack_nframes_t frames);
+  void readInputs(const Cycle& cycle);
+  void writeOutputs(const Cycle& cycle);
 
-  // JackDirectory.cpp: the client and the mirror of the other clients' ports.
+  // JackDirectory.cpp: the other clients' ports as devices.
+  void synchronise();
+  void forgetPeers();
+  const PeerPort* peerOf(MIDIEndpointRef endpoint) const;
+
+  // JackBackend.cpp: the client, our ports and the backend's thread.
   bool open();
   void close();
-  void synchronise();
-  void addMirror(const std::string& peer, bool peerIsSource);
-  void removeMirror(const std::string& peer, bool peerIsSource);
+  bool registerOwn(OwnPort& own);
+  void unregisterOwn(OwnPort& own);
+  OwnPort* ownPort(MIDIPortRef port);
+  OwnPort* senderFor(MIDIPortRef port, MIDIEndpointRef destination);
+  bool connectOutput(OwnPort& own, MIDIEndpointRef destination);
+  void publishListener(OwnPort& own);
   void waitForCycles();
-
-  // JackBackend.cpp: the backend's thread.
+  void refreshClockOffset();
   void run();
-  void forwardReceived();
   void stopThread();
-  bool queueRecord(const RecordHeader& header, const Byte* data);
+  bool queueRecord(ByteRing& ring, const RecordHeader& header, const Byte* data);
 
   coremidi::MidiSystem* system_ = nullptr;
-  std::unique_ptr<ByteRing> received_;  // process thread -> backend thread
-  std::unique_ptr<ByteRing> toSend_;    // senders (one at a time) -> process thread
-  std::array<PortSlot, kMaxPorts> inputs_;
-  std::array<PortSlot, kMaxPorts> outputs_;
+  std::unique_ptr<ByteRing> sendNow_;    // senders (one at a time) -> process thread
+  std::unique_ptr<ByteRing> sendTimed_;  // the same, for packets with a time still to come
+  std::array<InputSlot, kMaxPorts> inputs_;
+  std::array<OutputSlot, kMaxPorts> outputs_;
+  // Process thread only: the packet list handed to read procedures, and per output slot the
+  // frame of the last event written this cycle (JACK wants them in order).
+  std::vector<Byte> packetList_;
+  std::array<jack_nframes_t, kMaxPorts> lastFrame_{};
+
+  // The process thread reads these; others write them.
+  std::atomic<jack_client_t*> processClient_{nullptr};
+  // Host clock minus JACK's clock, in nanoseconds; refreshed off the process thread. Relaxed: a
+  // slightly old offset only shifts time stamps by the clocks' drift.
+  std::atomic<std::int64_t> clockOffsetNanos_{0};
+  // Release by the process thread: a thread that sees the count move knows that cycle is over.
   std::atomic<std::uint64_t> cycles_{0};
-  std::atomic<std::uint64_t> receivedDropped_{0};
+  // Flags from JACK's notification thread to the backend's thread.
   std::atomic<bool> serverGone_{false};
   std::atomic<bool> portsChanged_{false};
   std::atomic<bool> stop_{false};
-  std::atomic<bool> firstAttemptDone_{false};
 
-  // Backend thread only.
+  std::mutex controlMutex_;  // everything below, and every server request
   jack_client_t* client_ = nullptr;
-  std::map<std::string, Mirror> sources_;
-  std::map<std::string, Mirror> destinations_;
-  std::array<MIDIEndpointRef, kMaxPorts> sourceOfSlot_{};
-  std::array<jack_port_t*, kMaxPorts> ownInputs_{};
-  std::array<jack_port_t*, kMaxPorts> ownOutputs_{};
-  std::vector<Byte> packetList_;
-  std::vector<Byte> event_;
-  bool toldNoServer_ = false;
+  std::map<std::string, PeerClient> peers_;
+  std::vector<std::unique_ptr<OwnPort>> ownPorts_;
+  bool toldGone_ = false;
 
-  std::mutex sendMutex_;  // senders among themselves, and sendTargets_
-  std::unordered_map<MIDIEndpointRef, SendTarget> sendTargets_;
+  std::mutex sendMutex_;  // senders among themselves: each ring has one producer
 
   std::thread thread_;
 };

@@ -1,13 +1,9 @@
-// The client and the mirror of the other clients' MIDI ports. Runs on the backend's thread only:
-// libjack answers no server request from its notification thread, and the process thread may not
-// make any.
-#include <jack/midiport.h>
+// The other JACK clients' MIDI ports as devices, entities and endpoints. Runs with controlMutex_
+// held, never on JACK's own threads: its notification thread may ask the server nothing.
+#include <jack/metadata.h>
 
-#include <cerrno>
-#include <chrono>
-#include <cstdio>
-#include <set>
-#include <thread>
+#include <algorithm>
+#include <vector>
 
 #include "JackBackend.h"
 #include "MidiSystem.h"
@@ -15,182 +11,143 @@
 namespace jackmidi {
 namespace {
 
-// Two whole cycles after a port left its slot, no process call can still hold it.
-constexpr std::uint64_t kCyclesToForget = 2;
-// A stalled server must not hang the thread: after this, the port is dropped regardless.
-constexpr auto kCycleWait = std::chrono::milliseconds(200);
-constexpr int kMaxNameRetries = 16;
+using coremidi::ObjectGraph;
+using coremidi::QueuedNotification;
+using Notes = std::vector<QueuedNotification>;
 
-std::string ownPortName(const std::string& peer, bool peerIsSource, int attempt) {
-  // A ':' would be read as the client separator.
-  std::string name = (peerIsSource ? "from " : "to ") + peer;
-  for (char& c : name) {
-    if (c == ':') c = '/';
+// The name a person gave the port, if any, else its short name.
+std::string shownNameOf(jack_port_t* port) {
+  char* value = nullptr;
+  char* type = nullptr;
+  std::string shown;
+  if (jack_get_property(jack_port_uuid(port), JACK_METADATA_PRETTY_NAME, &value, &type) == 0 &&
+      value && *value) {
+    shown = value;
   }
-  const std::size_t limit = static_cast<std::size_t>(jack_port_name_size()) -
-                            std::string(JackBackend::kClientName).size() - 16;
-  if (name.size() > limit) name.resize(limit);
-  if (attempt > 0) name += " #" + std::to_string(attempt + 1);
-  return name;
+  jack_free(value);
+  jack_free(type);
+  return shown.empty() ? jack_port_short_name(port) : shown;
+}
+
+// An entity with one endpoint, both named like the port. `notes` null: the device is new and is
+// announced as a whole.
+void addPort(ObjectGraph& graph, MIDIDeviceRef device, auto& port, Notes* notes) {
+  port.entity = graph.addEntity(device, port.shownName, false);
+  const MIDIObjectType type = port.isSource ? kMIDIObjectType_Source : kMIDIObjectType_Destination;
+  port.endpoint = graph.addEndpoint(port.entity, type, port.shownName, 0);
+  if (notes) {
+    notes->push_back(QueuedNotification::addedOrRemoved(
+        kMIDIMsgObjectAdded, device, kMIDIObjectType_Device, port.entity, kMIDIObjectType_Entity));
+  }
 }
 
 }  // namespace
 
-bool JackBackend::open() {
-  jack_status_t status{};
-  client_ = jack_client_open(kClientName, JackNoStartServer, &status);
-  if (!client_) return false;
-  serverGone_.store(false, std::memory_order_release);
-  jack_set_process_callback(client_, process, this);
-  jack_set_port_registration_callback(client_, portRegistered, this);
-  jack_set_port_rename_callback(client_, portRenamed, this);
-  jack_set_client_registration_callback(client_, clientRegistered, this);
-  jack_on_info_shutdown(client_, serverShutDown, this);
-  if (jack_activate(client_) != 0) {
-    jack_client_close(client_);
-    client_ = nullptr;
-    return false;
-  }
-  // Ports that existed before activation are never announced.
-  portsChanged_.store(false, std::memory_order_relaxed);
-  synchronise();
-  return true;
-}
-
-void JackBackend::close() {
-  while (!sources_.empty()) removeMirror(sources_.begin()->first, true);
-  while (!destinations_.empty()) removeMirror(destinations_.begin()->first, false);
-  if (client_) {
-    if (!serverGone_.load(std::memory_order_acquire)) jack_deactivate(client_);
-    jack_client_close(client_);
-    client_ = nullptr;
-  }
-}
-
 void JackBackend::synchronise() {
-  std::set<std::string> sourcesNow;
-  std::set<std::string> destinationsNow;
+  // What the server has now, client by client, in the server's order.
+  std::map<std::string, std::vector<PeerPort>> now;
+  std::vector<std::string> order;
   if (const char** names = jack_get_ports(client_, nullptr, JACK_DEFAULT_MIDI_TYPE, 0)) {
     for (const char** name = names; *name; ++name) {
       jack_port_t* port = jack_port_by_name(client_, *name);
       if (!port || jack_port_is_mine(client_, port)) continue;
-      if (jack_port_flags(port) & JackPortIsOutput) {
-        sourcesNow.insert(*name);
-      } else {
-        destinationsNow.insert(*name);
-      }
+      const std::string fullName = *name;
+      const std::string shortName = jack_port_short_name(port);
+      if (fullName.size() <= shortName.size()) continue;
+      const std::string clientName = fullName.substr(0, fullName.size() - shortName.size() - 1);
+      PeerPort peer;
+      peer.uuid = jack_port_uuid(port);
+      peer.fullName = fullName;
+      peer.shownName = shownNameOf(port);
+      peer.isSource = (jack_port_flags(port) & JackPortIsOutput) != 0;
+      if (!now.contains(clientName)) order.push_back(clientName);
+      now[clientName].push_back(std::move(peer));
     }
     jack_free(names);
   }
-  auto follow = [&](std::map<std::string, Mirror>& known, const std::set<std::string>& now,
-                    bool peerIsSource) {
-    std::vector<std::string> gone;
-    for (const auto& [peer, mirror] : known) {
-      if (!now.contains(peer)) gone.push_back(peer);
+
+  system_->changeGraph([&](ObjectGraph& graph, Notes& notes) {
+    // Clients that left, with all their ports.
+    for (auto known = peers_.begin(); known != peers_.end();) {
+      if (now.contains(known->first)) {
+        ++known;
+        continue;
+      }
+      graph.remove(known->second.device);
+      notes.push_back(
+          QueuedNotification::addedOrRemoved(kMIDIMsgObjectRemoved, 0, kMIDIObjectType_Other,
+                                             known->second.device, kMIDIObjectType_Device));
+      known = peers_.erase(known);
     }
-    for (const std::string& peer : gone) removeMirror(peer, peerIsSource);
-    for (const std::string& peer : now) {
-      if (!known.contains(peer)) addMirror(peer, peerIsSource);
-    }
-  };
-  follow(sources_, sourcesNow, true);
-  follow(destinations_, destinationsNow, false);
-}
-
-void JackBackend::addMirror(const std::string& peer, bool peerIsSource) {
-  auto& own = peerIsSource ? ownInputs_ : ownOutputs_;
-  std::size_t slot = 0;
-  while (slot < kMaxPorts && own[slot]) ++slot;
-  if (slot == kMaxPorts) {
-    std::fprintf(stderr, "JACK backend: more than %zu MIDI ports; \"%s\" is left out.\n", kMaxPorts,
-                 peer.c_str());
-    return;
-  }
-  const unsigned long direction = peerIsSource ? JackPortIsInput : JackPortIsOutput;
-  jack_port_t* port = nullptr;
-  for (int attempt = 0; !port && attempt < kMaxNameRetries; ++attempt) {
-    const std::string name = ownPortName(peer, peerIsSource, attempt);
-    port = jack_port_register(client_, name.c_str(), JACK_DEFAULT_MIDI_TYPE, direction, 0);
-  }
-  if (!port) {
-    std::fprintf(stderr, "JACK backend: cannot make a port for \"%s\"; it is left out.\n",
-                 peer.c_str());
-    return;
-  }
-  const char* ownName = jack_port_name(port);
-  const int connected = peerIsSource ? jack_connect(client_, peer.c_str(), ownName)
-                                     : jack_connect(client_, ownName, peer.c_str());
-  if (connected != 0 && connected != EEXIST) {
-    // Usually the peer vanished meanwhile; the next change brings the list up to date.
-    jack_port_unregister(client_, port);
-    return;
-  }
-  own[slot] = port;
-
-  // The process callback reads the new port before the endpoint becomes visible: a peer may play
-  // the moment a script can see it. Records it takes meanwhile are handed on by this thread, after
-  // the source is known.
-  PortSlot& table = peerIsSource ? inputs_[slot] : outputs_[slot];
-  const std::uint32_t generation = table.generation.load(std::memory_order_relaxed) + 1;
-  table.generation.store(generation, std::memory_order_relaxed);
-  table.port.store(port, std::memory_order_release);
-
-  const MIDIObjectType type = peerIsSource ? kMIDIObjectType_Source : kMIDIObjectType_Destination;
-  MIDIEndpointRef endpoint = 0;
-  {
-    // A send that already finds the new destination waits here until it has its target. Sends
-    // reach the backend without the graph's lock held, so this order cannot deadlock.
-    std::unique_lock sendLock(sendMutex_, std::defer_lock);
-    if (!peerIsSource) sendLock.lock();
-    system_->changeGraph([&](coremidi::ObjectGraph& graph, auto& notes) {
-      endpoint = graph.addEndpoint(0, type, peer, 0);
-      notes.push_back(coremidi::QueuedNotification::addedOrRemoved(
-          kMIDIMsgObjectAdded, 0, kMIDIObjectType_Other, endpoint, type));
-    });
-    if (peerIsSource) {
-      sourceOfSlot_[slot] = endpoint;
-    } else {
-      sendTargets_[endpoint] = {slot, generation};
-    }
-  }
-  (peerIsSource ? sources_ : destinations_)[peer] = {endpoint, slot};
-}
-
-void JackBackend::removeMirror(const std::string& peer, bool peerIsSource) {
-  auto& known = peerIsSource ? sources_ : destinations_;
-  const auto found = known.find(peer);
-  if (found == known.end()) return;
-  const Mirror mirror = found->second;
-  known.erase(found);
-  if (!peerIsSource) {
-    std::lock_guard lock(sendMutex_);
-    sendTargets_.erase(mirror.endpoint);
-  }
-  PortSlot& table = peerIsSource ? inputs_[mirror.slot] : outputs_[mirror.slot];
-  table.port.store(nullptr, std::memory_order_release);
-  if (peerIsSource) sourceOfSlot_[mirror.slot] = 0;
-  system_->changeGraph([&](coremidi::ObjectGraph& graph, auto& notes) {
-    const MIDIObjectType type = peerIsSource ? kMIDIObjectType_Source : kMIDIObjectType_Destination;
-    if (graph.remove(mirror.endpoint)) {
-      notes.push_back(coremidi::QueuedNotification::addedOrRemoved(
-          kMIDIMsgObjectRemoved, 0, kMIDIObjectType_Other, mirror.endpoint, type));
+    for (const std::string& clientName : order) {
+      std::vector<PeerPort>& ports = now[clientName];
+      auto known = peers_.find(clientName);
+      if (known == peers_.end()) {
+        PeerClient added;
+        added.device = graph.addDevice(clientName, true);
+        for (PeerPort& port : ports) {
+          added.ports.push_back(port);
+          addPort(graph, added.device, added.ports.back(), nullptr);
+        }
+        notes.push_back(QueuedNotification::addedOrRemoved(
+            kMIDIMsgObjectAdded, 0, kMIDIObjectType_Other, added.device, kMIDIObjectType_Device));
+        peers_.emplace(clientName, std::move(added));
+        continue;
+      }
+      PeerClient& peer = known->second;
+      // Ports that left; a port keeps its identity (uuid) through renames.
+      std::erase_if(peer.ports, [&](const PeerPort& old) {
+        const bool stays = std::any_of(ports.begin(), ports.end(),
+                                       [&](const PeerPort& p) { return p.uuid == old.uuid; });
+        if (stays) return false;
+        graph.remove(old.entity);
+        notes.push_back(QueuedNotification::addedOrRemoved(kMIDIMsgObjectRemoved, peer.device,
+                                                           kMIDIObjectType_Device, old.entity,
+                                                           kMIDIObjectType_Entity));
+        return true;
+      });
+      for (PeerPort& port : ports) {
+        auto old = std::find_if(peer.ports.begin(), peer.ports.end(),
+                                [&](const PeerPort& p) { return p.uuid == port.uuid; });
+        if (old == peer.ports.end()) {
+          peer.ports.push_back(port);
+          addPort(graph, peer.device, peer.ports.back(), &notes);
+          continue;
+        }
+        old->fullName = port.fullName;
+        if (old->shownName != port.shownName) {
+          old->shownName = port.shownName;
+          graph.rename(old->entity, port.shownName);
+          graph.rename(old->endpoint, port.shownName);
+          notes.push_back(QueuedNotification::propertyChanged(old->entity, kMIDIObjectType_Entity,
+                                                              kMIDIPropertyName));
+          notes.push_back(QueuedNotification::propertyChanged(
+              old->endpoint, old->isSource ? kMIDIObjectType_Source : kMIDIObjectType_Destination,
+              kMIDIPropertyName));
+        }
+      }
     }
   });
-  auto& own = peerIsSource ? ownInputs_ : ownOutputs_;
-  if (!serverGone_.load(std::memory_order_acquire)) {
-    waitForCycles();
-    jack_port_unregister(client_, own[mirror.slot]);
-  }
-  own[mirror.slot] = nullptr;
 }
 
-void JackBackend::waitForCycles() {
-  const std::uint64_t from = cycles_.load(std::memory_order_acquire);
-  const auto deadline = std::chrono::steady_clock::now() + kCycleWait;
-  while (cycles_.load(std::memory_order_acquire) < from + kCyclesToForget &&
-         std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+void JackBackend::forgetPeers() {
+  system_->changeGraph([&](ObjectGraph& graph, Notes& notes) {
+    for (const auto& [name, peer] : peers_) {
+      graph.remove(peer.device);
+      notes.push_back(QueuedNotification::addedOrRemoved(
+          kMIDIMsgObjectRemoved, 0, kMIDIObjectType_Other, peer.device, kMIDIObjectType_Device));
+    }
+  });
+  peers_.clear();
+}
+
+const JackBackend::PeerPort* JackBackend::peerOf(MIDIEndpointRef endpoint) const {
+  for (const auto& [name, peer] : peers_) {
+    for (const PeerPort& port : peer.ports) {
+      if (port.endpoint == endpoint) return &port;
+    }
   }
+  return nullptr;
 }
 
 }  // namespace jackmidi

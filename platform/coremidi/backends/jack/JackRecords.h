@@ -1,23 +1,34 @@
-// Records that cross between JACK's process thread and the backend's own threads, each through a
-// ring with exactly one writer and one reader: a header, then `size` MIDI bytes.
+// Records that cross from the senders to JACK's process thread, each through a ring with exactly
+// one writer and one reader: a header, then `size` MIDI bytes.
 #pragma once
+
+#include <jack/types.h>
 
 #include <cstddef>
 #include <cstdint>
-
 #include <cstring>
 
 #include "ByteRing.h"
+#include "MidiServices.h"
 
 namespace jackmidi {
 
-// Ports mirrored on each side; a fixed table, so the process thread never allocates.
+// Own ports of each direction; a fixed table, so the process thread never allocates.
 inline constexpr std::size_t kMaxPorts = 128;
 
 struct RecordHeader {
-  std::uint32_t slot;        // index in the input or output port table
+  std::uint32_t slot;        // index in the output port table
   std::uint32_t generation;  // of the slot when the record was made; a reused slot drops it
   std::uint32_t size;        // bytes that follow
+  std::uint32_t unused = 0;
+  MIDITimeStamp due = 0;  // host time to play it at; 0: as soon as possible
+};
+
+// The process cycle under way, in JACK's microseconds: [start, next) holds `frames` frames.
+struct Cycle {
+  jack_nframes_t frames;
+  jack_time_t start;
+  jack_time_t next;
 };
 
 // Publishes header and bytes together, or nothing, so a reader never sees half a record.
@@ -40,6 +51,10 @@ inline bool peekRecord(const ByteRing& ring, RecordHeader& header) {
 // The bytes of the record whose header was peeked, then the record is consumed.
 inline void takeRecord(ByteRing& ring, const RecordHeader& header, void* bytes) {
   ring.peek(bytes, header.size, sizeof header);
+  ring.advance(sizeof header + header.size);
+}
+
+inline void skipRecord(ByteRing& ring, const RecordHeader& header) {
   ring.advance(sizeof header + header.size);
 }
 

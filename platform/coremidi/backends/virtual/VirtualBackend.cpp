@@ -30,7 +30,8 @@ void VirtualBackend::start(coremidi::MidiSystem& system) {
   });
 }
 
-void VirtualBackend::deliver(MIDIEndpointRef destination, const MIDIPacketList* packets) {
+void VirtualBackend::deliver(MIDIPortRef, MIDIEndpointRef destination,
+                             const MIDIPacketList* packets) {
   const MIDITimeStamp now = coremidi::hostTimeNow();
   std::vector<Byte> loopback;
   coremidi::beginPacketList(loopback);

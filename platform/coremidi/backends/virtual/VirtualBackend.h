@@ -20,7 +20,7 @@ class VirtualBackend : public coremidi::Backend {
 
   const char* name() const override { return kName; }
   void start(coremidi::MidiSystem& system) override;
-  void deliver(MIDIEndpointRef destination, const MIDIPacketList* packets) override;
+  void deliver(MIDIPortRef, MIDIEndpointRef destination, const MIDIPacketList* packets) override;
 
   std::vector<CapturedPacket> takeCaptured(MIDIEndpointRef destination);
 
