@@ -10,10 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "BundleRig.h"
+#include "LingoValues.h"
 #include "MidiSystemControl.h"
-#include "ValueStore.h"
-#include "VirtualMidi.h"
-#include "XtraLoader.h"
 
 namespace {
 
@@ -22,64 +21,22 @@ using director::ValueStore;
 using midisystem::Failure;
 
 const std::string kOk = "[#code: 0, #text: \"No error\"]";
-const std::string kNoClient = "[#code: 1000, #text: \"Couldn't create Core Midi client\"]";
 const std::string kDriver = "[#code: 3, #text: \"Internal driver error\"]";
 const std::string kNoMemory = "[#code: 16, #text: \"Not enough memory to complete the operation\"]";
-const std::string kNotInitialised =
-    "[#code: 2, #text: \"Instance not initialised - call Init() first\"]";
 
-using Arguments = std::function<std::vector<LingoValue>(ValueStore&)>;
 using Fault = std::function<void(ValueStore&)>;
-
-std::vector<LingoValue> none(ValueStore&) {
-  return {};
-}
-Arguments integers(std::vector<std::int32_t> numbers) {
-  return [numbers](ValueStore& store) {
-    std::vector<LingoValue> values;
-    for (std::int32_t number : numbers) values.push_back(store.makeInteger(number));
-    return values;
-  };
-}
-// [#systemExclusive, 125, [1, 2, 3]] or [#noteOn, 1, 60, 100].
-std::vector<LingoValue> sysexMessage(ValueStore& store) {
-  LingoValue message = store.makeLinearList();
-  LingoValue type = store.makeSymbol("systemExclusive");
-  LingoValue id = store.makeInteger(125);
-  LingoValue data = store.makeLinearList();
-  for (std::int32_t byte : {1, 2, 3}) {
-    LingoValue item = store.makeInteger(byte);
-    store.append(data, item);
-    store.release(item);
-  }
-  for (LingoValue* item : {&type, &id, &data}) {
-    store.append(message, *item);
-    store.release(*item);
-  }
-  return {message};
-}
-std::vector<LingoValue> noteOnMessage(ValueStore& store) {
-  LingoValue message = store.makeLinearList();
-  LingoValue type = store.makeSymbol("noteOn");
-  store.append(message, type);
-  store.release(type);
-  for (std::int32_t number : {1, 60, 100}) {
-    LingoValue item = store.makeInteger(number);
-    store.append(message, item);
-    store.release(item);
-  }
-  return {message};
-}
-
 Fault midi(Failure failure, int count = 1) {
   return [=](ValueStore&) { midisystem::failNext(failure, count); };
 }
 Fault host(HostOperation operation, int count = 1) {
   return [=](ValueStore& store) { store.failNext(operation, count); };
 }
-Fault allocations(int count = 1) {
-  return [=](ValueStore& store) { store.failAllocations(count); };
+Fault allocations() {
+  return [](ValueStore& store) { store.failAllocations(1); };
 }
+
+// What a step passes: nothing, a port ([1, 0] for OpenInput), or a message.
+enum class Pass { Nothing, Port, Sysex, NoteOn };
 
 // "new" creates the instance and answers its status in hexadecimal; every other step is a call
 // answering its printed result (without a timestamp), and its host status when that is not 0.
@@ -87,8 +44,8 @@ Fault allocations(int count = 1) {
 struct Step {
   Fault fault;
   std::string method;
-  Arguments arguments;
   std::string expected;
+  Pass pass = Pass::Nothing;
 };
 
 struct Scenario {
@@ -99,81 +56,78 @@ struct Scenario {
   std::size_t abandonedBlocks = 0;
 };
 
-const std::vector<Step> kOpenBoth = {
-    {nullptr, "new", none, "0"},
-    {nullptr, "Init", none, kOk},
-    {nullptr, "OpenInput", integers({1, 0}), kOk},
-    {nullptr, "OpenOutput", integers({1}), kOk},
-};
-
 std::vector<Step> openBothThen(std::vector<Step> more) {
-  std::vector<Step> steps = kOpenBoth;
+  std::vector<Step> steps = {{nullptr, "new", "0"},
+                             {nullptr, "Init", kOk},
+                             {nullptr, "OpenInput", kOk, Pass::Port},
+                             {nullptr, "OpenOutput", kOk, Pass::Port}};
   steps.insert(steps.end(), more.begin(), more.end());
   return steps;
 }
 
 const Scenario kScenarios[] = {
     {"ClientCreationFailsAtInit",
-     {{midi(Failure::ClientCreate, 3), "new", none, "0"},
-      {nullptr, "Init", none, kNoClient},
-      {nullptr, "OpenInput", integers({1, 0}), kNotInitialised}}},
+     {{midi(Failure::ClientCreate, 3), "new", "0"},
+      {nullptr, "Init", "[#code: 1000, #text: \"Couldn't create Core Midi client\"]"},
+      {nullptr, "OpenInput", "[#code: 2, #text: \"Instance not initialised - call Init() first\"]",
+       Pass::Port}}},
     {"InputPortCreationFails",
-     {{midi(Failure::InputPortCreate, 2), "new", none, "0"},
-      {nullptr, "Init", none, kOk},
-      {nullptr, "OpenInput", integers({1, 0}), kDriver},
-      {nullptr, "OpenInput", integers({1, 0}), kOk}}},
+     {{midi(Failure::InputPortCreate, 2), "new", "0"},
+      {nullptr, "Init", kOk},
+      {nullptr, "OpenInput", kDriver, Pass::Port},
+      {nullptr, "OpenInput", kOk, Pass::Port}}},
     {"OutputPortCreationFails",
-     {{midi(Failure::OutputPortCreate, 2), "new", none, "0"},
-      {nullptr, "Init", none, kOk},
-      {nullptr, "OpenOutput", integers({1}), kDriver},
-      {nullptr, "OpenOutput", integers({1}), kOk}}},
+     {{midi(Failure::OutputPortCreate, 2), "new", "0"},
+      {nullptr, "Init", kOk},
+      {nullptr, "OpenOutput", kDriver, Pass::Port},
+      {nullptr, "OpenOutput", kOk, Pass::Port}}},
     {"ConnectionFails",
-     {{nullptr, "new", none, "0"},
-      {nullptr, "Init", none, kOk},
-      {midi(Failure::ConnectSource), "OpenInput", integers({1, 0}), kDriver},
-      {nullptr, "OpenInput", integers({1, 0}), kOk}}},
-    {"SendFails", openBothThen({{midi(Failure::Send), "SendMessage", noteOnMessage, kOk}})},
+     {{nullptr, "new", "0"},
+      {nullptr, "Init", kOk},
+      {midi(Failure::ConnectSource), "OpenInput", kDriver, Pass::Port},
+      {nullptr, "OpenInput", kOk, Pass::Port}}},
+    {"SendFails", openBothThen({{midi(Failure::Send), "SendMessage", kOk, Pass::NoteOn}})},
     {"SysexSendFails",
-     openBothThen({{midi(Failure::SendSysex), "SendMessage", sysexMessage, kDriver}})},
+     openBothThen({{midi(Failure::SendSysex), "SendMessage", kDriver, Pass::Sysex}})},
     {"QueueAllocationFails",
-     {{nullptr, "new", none, "0"},
-      {nullptr, "Init", none, kOk},
-      {allocations(), "OpenInput", integers({1, 0}), kNoMemory},
-      {nullptr, "OpenInput", integers({1, 0}), kOk}}},
+     {{nullptr, "new", "0"},
+      {nullptr, "Init", kOk},
+      {allocations(), "OpenInput", kNoMemory, Pass::Port},
+      {nullptr, "OpenInput", kOk, Pass::Port}}},
     {"SysexRecordAllocationFails",
-     openBothThen({{allocations(), "SendMessage", sysexMessage, kNoMemory},
-                   {nullptr, "SendMessage", sysexMessage, kOk}})},
-    {"InterfaceRecordAllocationFails", {{allocations(), "new", none, "80040002"}}},
+     openBothThen({{allocations(), "SendMessage", kNoMemory, Pass::Sysex},
+                   {nullptr, "SendMessage", kOk, Pass::Sysex}})},
+    {"InterfaceRecordAllocationFails", {{allocations(), "new", "80040002"}}},
     {"SymbolInterningFails",
-     {{host(HostOperation::InternSymbol), "new", none, "0"},
-      {nullptr, "Init", none, kOk},
-      {nullptr, "OpenInput", integers({1, 0}), kOk}}},
+     {{host(HostOperation::InternSymbol), "new", "0"},
+      {nullptr, "Init", kOk},
+      {nullptr, "OpenInput", kOk, Pass::Port}}},
     {"SysexNeverCompletes",
-     openBothThen({{midi(Failure::SysexComplete), "SendMessage", sysexMessage, kOk},
-                   {nullptr, "CloseOutput", none, kOk}}),
+     openBothThen({{midi(Failure::SysexComplete), "SendMessage", kOk, Pass::Sysex},
+                   {nullptr, "CloseOutput", kOk}}),
      1},
     {"IntegerReadFails",
-     {{nullptr, "new", none, "0"},
-      {host(HostOperation::ReadIntegerValue), "OpenInput", integers({1, 0}),
-       "<Void> status 80040104"}}},
+     {{nullptr, "new", "0"},
+      {host(HostOperation::ReadIntegerValue), "OpenInput", "<Void> status 80040104", Pass::Port}}},
     {"ListItemReadFails",
-     openBothThen({{host(HostOperation::GetListItem), "SendMessage", sysexMessage,
-                    "[#code: 9, #text: \"An error occurred while unpacking the message\"]"}})},
+     openBothThen(
+         {{host(HostOperation::GetListItem), "SendMessage",
+           "[#code: 9, #text: \"An error occurred while unpacking the message\"]", Pass::Sysex}})},
     {"ErrorResultCannotBeMade",
-     {{nullptr, "new", none, "0"}, {host(HostOperation::NewPropertyList), "Init", none, "<Void>"}}},
+     {{nullptr, "new", "0"}, {host(HostOperation::NewPropertyList), "Init", "<Void>"}}},
     {"ErrorPropertyCannotBeAppended",
-     {{nullptr, "new", none, "0"},
-      {host(HostOperation::AppendProperty), "Init", none, "[#text: \"No error\"]"}}},
+     {{nullptr, "new", "0"},
+      {host(HostOperation::AppendProperty), "Init", "[#text: \"No error\"]"}}},
     {"PortListCannotBeMade",
-     {{nullptr, "new", none, "0"},
-      {nullptr, "Init", none, kOk},
-      {host(HostOperation::NewLinearList), "GetInputPorts", none, "<Void>"},
-      {host(HostOperation::MakeStringValue), "GetOutputPorts", none, "[<Void>]"}}},
+     {{nullptr, "new", "0"},
+      {nullptr, "Init", kOk},
+      {host(HostOperation::NewLinearList), "GetInputPorts", "<Void>"},
+      {host(HostOperation::MakeStringValue), "GetOutputPorts", "[<Void>]"}}},
     {"ReceivedMessageCannotBeBuilt",
-     openBothThen({{nullptr, "SendMessage", noteOnMessage, kOk},
-                   {host(HostOperation::MakeIntegerValue, 2), "GetNextMessage", none,
+     openBothThen({{nullptr, "SendMessage", kOk, Pass::NoteOn},
+                   {host(HostOperation::MakeIntegerValue, 2), "GetNextMessage",
                     "[#type: #noteOn, #channel: <Void>, #number: <Void>, #velocity: 100]"},
-                   {nullptr, "MessagesPending", none, "0"}})},
+                   {nullptr, "MessagesPending", "0"}})},
 };
 
 class FaultSweepTest : public testing::TestWithParam<Scenario> {
@@ -181,78 +135,55 @@ class FaultSweepTest : public testing::TestWithParam<Scenario> {
   void SetUp() override {
     midisystem::clearFailures();
     startClients_ = midisystem::clientCount();
-    ASSERT_EQ(loader_.loadBundle(TONVIK_XTRA_PATH), std::nullopt);
-    bundle_ = loader_.find("Tonvik");
-    ASSERT_NE(bundle_, nullptr);
-    startValues_ = store_.liveValues();
-    startBlocks_ = store_.liveBlocks();
+    ASSERT_TRUE(rig_.loaded());
+    startValues_ = rig_.store.liveValues();
+    startBlocks_ = rig_.store.liveBlocks();
   }
   void TearDown() override {
     midisystem::clearFailures();
-    store_.clearFailures();
-    instance_.reset();
+    rig_.store.clearFailures();
+    rig_.instance.reset();
     EXPECT_TRUE(midisystem::waitUntilDelivered());
-    EXPECT_EQ(store_.liveValues(), startValues_);
-    EXPECT_EQ(store_.liveBlocks(), startBlocks_ + GetParam().abandonedBlocks);
-    EXPECT_EQ(store_.interfaceReferences(), 0);
+    EXPECT_EQ(rig_.store.liveValues(), startValues_);
+    EXPECT_EQ(rig_.store.liveBlocks(), startBlocks_ + GetParam().abandonedBlocks);
+    EXPECT_EQ(rig_.store.interfaceReferences(), 0);
     EXPECT_EQ(midisystem::clientCount(), startClients_) << "a MIDI client was left open";
   }
 
   std::string run(const Step& step) {
-    if (step.fault) step.fault(store_);
-    if (step.method == "new") {
-      director::NewInstanceResult made = bundle_->newInstance();
-      instance_ = std::move(made.instance);
-      return hex(made.status);
+    // Arguments are made before the fault, so that it meets the call and nothing else.
+    LingoValues values(rig_.store);
+    std::vector<LingoValue> arguments;
+    if (step.pass == Pass::Port) {
+      arguments = {values.num(1), values.num(0)};
+      if (step.method == "OpenOutput") arguments.pop_back();
+    } else if (step.pass == Pass::Sysex) {
+      arguments = {values.sysex(125, {1, 2, 3})};
+    } else if (step.pass == Pass::NoteOn) {
+      arguments = {values.message("noteOn", {1, 60, 100})};
     }
+    for (LingoValue& argument : arguments) argument = rig_.store.retain(argument);
+    if (step.fault) step.fault(rig_.store);
+    if (step.method == "new") return rig_.create();
     // Loopback traffic from earlier steps has arrived before the next step looks.
     EXPECT_TRUE(midisystem::waitUntilDelivered());
-    std::vector<LingoValue> arguments = step.arguments(store_);
-    if (instance_ == nullptr) {
-      for (LingoValue& argument : arguments) store_.release(argument);
-      return "no instance";
-    }
-    director::XtraCallResult called = instance_->call(step.method, arguments);
-    std::string printed = store_.print(called.result);
-    store_.release(called.result);
-    for (LingoValue& argument : arguments) store_.release(argument);
-    if (const auto cut = printed.find(", #timestamp:"); cut != std::string::npos) {
-      printed = printed.substr(0, cut) + "]";
-    }
-    if (called.status != kHostOk) printed += " status " + hex(called.status);
-    return printed;
+    return rig_.call(step.method, arguments);
   }
 
-  static std::string hex(HostStatus status) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%x", static_cast<unsigned>(status));
-    return text;
-  }
-
-  ValueStore store_;
-  director::XtraLoader loader_{store_};
-  std::shared_ptr<director::XtraBundle> bundle_;
-  std::unique_ptr<director::XtraInstance> instance_;
+  BundleRig rig_{TONVIK_XTRA_PATH};
   std::size_t startValues_ = 0;
   std::size_t startBlocks_ = 0;
   int startClients_ = 0;
 };
 
 TEST_P(FaultSweepTest, AnswersExactlyAndLeavesNothingBehind) {
-  for (const Step& step : GetParam().steps) {
-    const std::string answer = run(step);
-    EXPECT_EQ(answer, step.expected) << step.method;
-  }
+  for (const Step& step : GetParam().steps) EXPECT_EQ(run(step), step.expected) << step.method;
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryFailurePoint, FaultSweepTest, testing::ValuesIn(kScenarios),
                          [](const testing::TestParamInfo<Scenario>& info) {
                            return std::string(info.param.name);
                          });
-
-}  // namespace
-
-namespace {
 
 // Every allocation made while a bundle loads (the class records, the registration record, the
 // message table's block), failed one at a time: each refuses the bundle with a reason, leaves

@@ -109,26 +109,4 @@ int pthread_mutex_trylock(pthread_mutex_t* mutex) {
 
 }  // extern "C"
 
-// libstdc++ allocates through malloc already; these make the route explicit for every form.
-void* operator new(std::size_t size) {
-  void* block = malloc(size == 0 ? 1 : size);
-  if (block == nullptr) std::abort();
-  return block;
-}
-void* operator new[](std::size_t size) {
-  return operator new(size);
-}
-void operator delete(void* block) noexcept {
-  free(block);
-}
-void operator delete[](void* block) noexcept {
-  free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-  free(block);
-}
-
 #endif

@@ -1,14 +1,17 @@
+// The instance over the virtual MIDI system: its timer, what destruction gives back, and large
+// system-exclusive messages out and in through the default loopback entity.
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <thread>
+#include <vector>
 
 #include "TransportTestSupport.h"
 
 namespace {
 
-using midisystem::Failure;
 using MacOsxTonvikTest = InstanceTest;
-using Clock = std::chrono::steady_clock;
 
 TEST(MacOsxTonvikClock, ElapsedTimeTruncatesToMillisecondsAndWrapsPast31Bits) {
   constexpr std::uint64_t kNanosPerMilli = 1000000;
@@ -19,71 +22,20 @@ TEST(MacOsxTonvikClock, ElapsedTimeTruncatesToMillisecondsAndWrapsPast31Bits) {
   EXPECT_EQ(MacOsxTonvik::elapsedMilliseconds(((1ull << 32) + 5) * kNanosPerMilli), 5);
 }
 
-TEST_F(MacOsxTonvikTest, OpenAndCloseAnswerTheirErrorsInOrder) {
-  LingoValue ports = store.makeLinearList();
-  instance->GetInputPorts(&ports);
-  EXPECT_EQ(store.print(ports), "[]");
-  EXPECT_EQ(instance->OpenInput(-5, 0), 2);
-  EXPECT_EQ(instance->CloseInput(), 2);
-  EXPECT_EQ(instance->OpenOutput(99), 2);
-  EXPECT_EQ(instance->CloseOutput(), 2);
-  ASSERT_EQ(instance->Init(), 0);
-  instance->GetOutputPorts(&ports);
-  EXPECT_EQ(store.print(ports), "[\"Virtual Bus\"]");
-  store.release(ports);
-  EXPECT_EQ(instance->CloseInput(), 13);
-  EXPECT_EQ(instance->CloseOutput(), 14);
-  EXPECT_EQ(instance->SendShortMessage(0xF8, 0, 0, 1), 14);
-  EXPECT_EQ(instance->OpenInput(-1, 0), 15);
-  EXPECT_EQ(instance->OpenInput(1, 0), 15);
-  EXPECT_EQ(instance->OpenOutput(-1), 15);
-  EXPECT_EQ(instance->OpenOutput(1), 15);
-  store.failAllocations(1);
-  EXPECT_EQ(instance->OpenInput(0, 0), 16);
-  EXPECT_EQ(instance->OpenInput(0, 0), 0);
-  EXPECT_EQ(instance->OpenInput(0, 0), 17);
-  EXPECT_EQ(instance->OpenOutput(0), 0);
-  EXPECT_EQ(instance->OpenOutput(0), 18);
-  EXPECT_EQ(instance->CloseInput(), 0);
-  EXPECT_EQ(instance->CloseOutput(), 0);
-  EXPECT_EQ(instance->CloseInput(), 13);
-  expectNoValueLeft();
-}
-
-TEST_F(MacOsxTonvikTest, APortThatCannotBeStartedAnswers3AndStaysClosed) {
-  ASSERT_EQ(instance->Init(), 0);
-  midisystem::failNext(Failure::ConnectSource);
-  EXPECT_EQ(instance->OpenInput(0, 0), 3);
-  unplug();  // between listing and opening
-  EXPECT_EQ(instance->OpenInput(0, 0), 3);
-  EXPECT_EQ(instance->CloseInput(), 13);
-  EXPECT_EQ(instance->OpenOutput(0), 3);
-  EXPECT_EQ(instance->CloseOutput(), 14);
-}
-
-TEST_F(MacOsxTonvikTest, WithoutAClientInitAnswers1000AndTheInstanceStaysUninitialised) {
-  instance.reset();
-  midisystem::failNext(Failure::ClientCreate, 3);  // both ports, then Init
-  instance = makeInstance();
-  EXPECT_EQ(instance->Init(), 1000);
-  EXPECT_EQ(instance->OpenInput(0, 0), 2);
-  const struct {
-    std::int32_t code;
-    const char* result;
-  } results[] = {{1000, "[#code: 1000, #text: \"Couldn't create Core Midi client\"]"},
-                 {13, "[#code: 13, #text: \"Input not open\"]"},
-                 {1001, "[#code: 1001, #text: \"Unknown error\"]"}};
-  for (const auto& r : results) {
-    LingoValue result;
-    instance->MakeErrorResult(r.code, &result);
-    EXPECT_EQ(store.print(result), r.result);
-    store.release(result);
-  }
-  // The ports make their CoreMIDI ports when they are started.
-  ASSERT_EQ(instance->Init(), 0);
-  EXPECT_EQ(instance->OpenInput(0, 0), 0);
-  EXPECT_EQ(instance->OpenOutput(0), 0);
-  expectNoValueLeft();
+TEST_F(MacOsxTonvikTest, ReceivedMessagesCarryTheInstanceTimer) {
+  openLoopback();
+  instance->ResetTimer();
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  const std::int32_t before = instance->GetTime();
+  ASSERT_TRUE(inject({{0x90, 60, 100}}));
+  const std::int32_t after = instance->GetTime();
+  LingoValue received = store.makePropertyList();
+  instance->GetNextMessage(&received);
+  LingoValue timestamp = store.itemAt(received, 5);
+  EXPECT_GE(store.integer(timestamp), std::max(before, 20));
+  EXPECT_LE(store.integer(timestamp), after);
+  store.release(timestamp);
+  store.release(received);
 }
 
 TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientReference) {
@@ -91,63 +43,66 @@ TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientRefere
   ASSERT_EQ(second->Init(), 0);
   ASSERT_EQ(instance->Init(), 0);  // again below: references must stay balanced
   openLoopback();
-  ASSERT_EQ(send(sysexMessage(125, {1, 2, 3})), 0);
+  ASSERT_EQ(send(values.sysex(125, {1, 2, 3})), 0);
   ASSERT_TRUE(midisystem::waitUntilDelivered());
   ASSERT_TRUE(instance->MessagesPending());
   instance.reset();
-  EXPECT_EQ(allocator.outstanding.size(), 0u);
+  EXPECT_EQ(store.liveBlocks(), 0u);
   EXPECT_TRUE(inject({{0x90, 60, 100}}));  // reaches no read procedure any more
   EXPECT_EQ(midisystem::clientCount(), 1);
   second.reset();
   EXPECT_EQ(midisystem::clientCount(), 0);
 }
 
-TEST_F(MacOsxTonvikTest, AFailedSysexFreesItsRecordAtOnce) {
-  openLoopback();
-  LingoValue withString = sysexMessage(125, {1});
-  LingoValue data = store.itemAt(withString, 3);
-  LingoValue text = store.makeString("two");
-  store.append(data, text);
-  store.release(text);
-  store.release(data);
-  EXPECT_EQ(send(withString), 10);
-  EXPECT_EQ(send(sysexMessage(125, {1, 128})), 12);
-  store.failAllocations(1);
-  EXPECT_EQ(send(sysexMessage(125, {1})), 16);
-  midisystem::failNext(Failure::SendSysex);
-  EXPECT_EQ(send(sysexMessage(125, {1})), 3);
-  EXPECT_EQ(allocator.outstanding.size(), 1u) << "only the input queue";
-  ASSERT_TRUE(midisystem::waitUntilDelivered());
-  EXPECT_FALSE(instance->MessagesPending());
-  expectNoValueLeft();
+class LargeSysexTest : public InstanceTest {
+ protected:
+  static constexpr std::int32_t kManufacturer = 0x7D;
+
+  void SetUp() override {
+    InstanceTest::SetUp();
+    // With 0xF0, the manufacturer and 0xF7: 64 KB on the wire.
+    for (std::uint32_t i = 0; i < 65536 - 3; ++i) data.push_back(i * 7 % 128);
+    openLoopback(1 << 18);
+  }
+
+  void expectReceivedWhole() {
+    ASSERT_TRUE(midisystem::waitUntilDelivered());
+    LingoValue received = store.makePropertyList();
+    instance->GetNextMessage(&received);
+    ASSERT_EQ(store.count(received), 4);
+    LingoValue id = store.itemAt(received, 2);
+    LingoValue bytes = store.itemAt(received, 3);
+    EXPECT_EQ(store.integer(id), kManufacturer);
+    std::vector<std::int32_t> got;
+    for (std::int32_t i = 1; i <= store.count(bytes); ++i) {
+      LingoValue item = store.itemAt(bytes, i);
+      got.push_back(store.integer(item));
+      store.release(item);
+    }
+    EXPECT_TRUE(got == data) << "received " << got.size() << " bytes";
+    for (LingoValue* value : {&id, &bytes, &received}) store.release(*value);
+    EXPECT_FALSE(instance->MessagesPending());
+  }
+
+  std::vector<std::int32_t> data;
+};
+
+TEST_F(LargeSysexTest, GoesOutWhole) {
+  ASSERT_EQ(send(values.sysex(kManufacturer, data)), 0);
+  expectReceivedWhole();
 }
 
-TEST_F(MacOsxTonvikTest, AFailedSendSilencesOutputUntilItIsReopened) {
-  openLoopback();
-  midisystem::failNext(Failure::Send);
-  EXPECT_EQ(send(message("noteOn", {1, 60, 100})), 0);
-  EXPECT_EQ(send(message("clock")), 0);
-  EXPECT_EQ(send(sysexMessage(125, {})), 3);
-  ASSERT_TRUE(midisystem::waitUntilDelivered());
-  EXPECT_FALSE(instance->MessagesPending());
-  ASSERT_EQ(instance->CloseOutput(), 0);
-  ASSERT_EQ(instance->OpenOutput(0), 0);
-  EXPECT_EQ(send(message("stop")), 0);
-  ASSERT_TRUE(midisystem::waitUntilDelivered());
-  EXPECT_EQ(next(), "[#type: #stop]");
-}
-
-TEST_F(MacOsxTonvikTest, CloseOutputDropsATransferThatNeverCompletesAfterAboutOneSecond) {
-  openLoopback();
-  midisystem::failNext(Failure::SysexComplete);
-  ASSERT_EQ(send(sysexMessage(125, {1, 2})), 0);
-  const auto begin = Clock::now();
-  EXPECT_EQ(instance->CloseOutput(), 0);
-  const std::chrono::duration<double> waited = Clock::now() - begin;
-  EXPECT_GE(waited.count(), 0.9);
-  EXPECT_LE(waited.count(), 10.0);
-  EXPECT_EQ(instance->CloseOutput(), 14);
-  droppedBlocks = 1;  // the MIDI system may still write to it, so the instance never frees it
+TEST_F(LargeSysexTest, ComesInWholeFromPacketsOfOneKilobyte) {
+  constexpr std::size_t kPacket = 1024;
+  std::vector<std::uint8_t> wire{0xF0, kManufacturer};
+  wire.insert(wire.end(), data.begin(), data.end());
+  wire.push_back(0xF7);
+  std::vector<virtualmidi::Packet> packets;
+  for (std::size_t at = 0; at < wire.size(); at += kPacket) {
+    packets.emplace_back(wire.begin() + at, wire.begin() + std::min(at + kPacket, wire.size()));
+  }
+  ASSERT_TRUE(inject(packets));
+  expectReceivedWhole();
 }
 
 }  // namespace

@@ -1,0 +1,46 @@
+#include "LingoValues.h"
+
+LingoValue LingoValues::list(std::initializer_list<LingoValue> items) {
+  LingoValue made = keep(store_.makeLinearList());
+  for (const LingoValue& item : items) store_.append(made, item);
+  return made;
+}
+
+LingoValue LingoValues::list(const std::vector<std::int32_t>& numbers) {
+  LingoValue made = keep(store_.makeLinearList());
+  for (std::int32_t number : numbers) store_.append(made, num(number));
+  return made;
+}
+
+LingoValue LingoValues::props(
+    std::initializer_list<std::pair<const char*, LingoValue>> properties) {
+  LingoValue made = keep(store_.makePropertyList());
+  for (const auto& [key, value] : properties) store_.appendProperty(made, sym(key), value);
+  return made;
+}
+
+LingoValue LingoValues::message(const char* type, const std::vector<std::int32_t>& numbers) {
+  LingoValue made = list({sym(type)});
+  for (std::int32_t number : numbers) store_.append(made, num(number));
+  return made;
+}
+
+LingoValue LingoValues::sysex(std::int32_t manufacturer, const std::vector<std::int32_t>& data) {
+  return list({sym("systemExclusive"), num(manufacturer), list(data)});
+}
+
+void LingoValues::releaseAll() {
+  for (LingoValue& value : made_) store_.release(value);
+  made_.clear();
+}
+
+std::string printAndRelease(director::ValueStore& store, LingoValue value) {
+  std::string printed = store.print(value);
+  store.release(value);
+  return printed;
+}
+
+std::string withoutTimestamp(std::string printed) {
+  const auto cut = printed.find(", #timestamp:");
+  return cut == std::string::npos ? printed : printed.substr(0, cut) + "]";
+}

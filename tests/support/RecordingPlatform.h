@@ -1,0 +1,106 @@
+// A TonvikBase without a transport, for unit tests and fuzz targets: a settable clock, open
+// flags without ports, sends recorded instead of sent, and the receive path within reach.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "TonvikBase.h"
+#include "TonvikBaseInspector.h"
+#include "ValueStore.h"
+
+class RecordingPlatform final : public TonvikBase {
+ public:
+  static constexpr std::int32_t kPlatformError = 1000;
+  static constexpr const char* kPlatformErrorText = "Couldn't create Core Midi client";
+
+  struct ShortSend {
+    std::uint8_t status, data1, data2;
+    std::int32_t length;
+    bool operator==(const ShortSend&) const = default;
+  };
+  struct SysexSend {
+    std::uint8_t manufacturerId;
+    std::vector<std::uint8_t> data;
+    bool operator==(const SysexSend&) const = default;
+  };
+
+  explicit RecordingPlatform(director::ValueStore& store)
+      : TonvikBase(store.valueInterface(), store.listInterface(), store.allocator()) {}
+
+  std::int32_t Init() override {
+    ++initCalls;
+    return kErrNone;
+  }
+  std::int32_t GetTime() override { return time; }
+  void ResetTimer() override { time = 0; }
+  void GetInputPorts(LingoValue*) override {}
+  std::int32_t OpenInput(std::int32_t, std::int32_t bufSize) override {
+    if (inputOpen_) return kErrInputAlreadyOpen;
+    const std::int32_t result = AllocateInputQueue(static_cast<std::uint32_t>(bufSize));
+    inputOpen_ = result == kErrNone;
+    return result;
+  }
+  std::int32_t CloseInput() override {
+    if (!inputOpen_) return kErrInputNotOpen;
+    inputOpen_ = false;
+    return kErrNone;
+  }
+  void GetOutputPorts(LingoValue*) override {}
+  std::int32_t OpenOutput(std::int32_t) override {
+    if (outputOpen_) return kErrOutputAlreadyOpen;
+    outputOpen_ = true;
+    return kErrNone;
+  }
+  std::int32_t CloseOutput() override {
+    if (!outputOpen_) return kErrOutputNotOpen;
+    outputOpen_ = false;
+    return kErrNone;
+  }
+  HostStatus MakeErrorResult(std::int32_t code, LingoValue* result) override {
+    if (code != kPlatformError) return TonvikBase::MakeErrorResult(code, result);
+    return MakeErrorResultWithText(code, kPlatformErrorText, result);
+  }
+  std::int32_t SendShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
+                                std::int32_t length) override {
+    if (!outputOpen_) return kErrOutputNotOpen;
+    shortSends.push_back({status, data1, data2, length});
+    return kErrNone;
+  }
+  std::int32_t SendSysex(std::uint8_t manufacturerId, const LingoValue* data,
+                         std::uint32_t count) override {
+    SysexSend send{manufacturerId, {}};
+    for (std::uint32_t i = 1; i <= count; ++i) {
+      std::uint8_t byte = 0;
+      const std::int32_t result =
+          GetIntegerProperty(data, static_cast<std::int32_t>(i), 0, 127, &byte);
+      if (result != kErrNone) return result;
+      send.data.push_back(byte);
+    }
+    sysexSends.push_back(send);
+    return kErrNone;
+  }
+
+  using TonvikBase::AllocateInputQueue;
+  using TonvikBase::ReceiveShortMessage;
+  using TonvikBase::ReceiveSysexContinuation;
+  using TonvikBase::ReceiveSysexStart;
+  // The receive path as the input port drives it, stamped with the clock.
+  void receive(const std::vector<std::uint8_t>& chunk) {
+    ReceiveSysexStart(chunk.data(), static_cast<std::uint32_t>(chunk.size()),
+                      static_cast<std::uint32_t>(time));
+  }
+  void receiveMore(const std::vector<std::uint8_t>& chunk) {
+    ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()));
+  }
+  void receiveShort(std::uint8_t status, std::uint8_t data1 = 0, std::uint8_t data2 = 0) {
+    ReceiveShortMessage(status, data1, data2, static_cast<std::uint32_t>(time));
+  }
+  void setInputOpen(bool open) { inputOpen_ = open; }
+  void setOutputOpen(bool open) { outputOpen_ = open; }
+
+  std::int32_t time = 0;
+  int initCalls = 0;
+  std::vector<ShortSend> shortSends;
+  std::vector<SysexSend> sysexSends;
+};

@@ -1,0 +1,38 @@
+// The befriended name: lets unit tests and fuzz targets see what a script cannot, the ring's
+// indices, the filter tables and the symbol counter.
+#pragma once
+
+#include <cstdint>
+
+#include "TonvikBase.h"
+
+class TonvikBaseInspector {
+ public:
+  static std::int32_t acquiredSymbolValueCount(const TonvikBase& base) {
+    return base.acquiredSymbolValueCount_;
+  }
+  static std::uint8_t statusFilter(const TonvikBase& base, int byte) {
+    return base.statusFilter_[byte].load();
+  }
+  static std::uint8_t modeFilter(const TonvikBase& base, int byte) {
+    return base.modeFilter_[byte].load();
+  }
+  static std::uint32_t size(const TonvikBase& base) { return base.inputQueueSize_; }
+  static const std::uint8_t* ring(const TonvikBase& base) { return base.inputQueue_; }
+  static std::uint32_t writeIndex(const TonvikBase& base) { return base.inputWriteIndex_.load(); }
+  static std::uint32_t readIndex(const TonvikBase& base) { return base.inputReadIndex_.load(); }
+  static LingoSymbol noteOnSymbol(const TonvikBase& base) { return base.noteOnSymbol_; }
+  static void initSymbols(TonvikBase& base) { base.InitSymbols(); }
+  static void releaseSymbols(TonvikBase& base) { base.ReleaseSymbols(); }
+  // Counter moves that the table itself never makes, for the assertion reports.
+  static void acquireExtraSymbolValue(TonvikBase& base) {
+    LingoSymbol handle = 0;
+    LingoValue value;
+    base.AcquireSymbolValue("type", &handle, &value);
+  }
+  static void releaseExtraSymbolValue(TonvikBase& base) {
+    LingoValue value;
+    base.valueInterface_->MakeSymbolValue(base.typeSymbol_, &value);
+    base.ReleaseSymbolValue(base.typeSymbol_, &value);
+  }
+};
