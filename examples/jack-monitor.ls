@@ -1,12 +1,13 @@
--- Prints the MIDI that another JACK program plays into the Xtra, for ten seconds.
--- Every MIDI port of the other JACK clients is a port here, named "client:port".
+-- Prints the MIDI that another JACK program plays into the Xtra, for five seconds.
+-- Every other JACK client with MIDI ports is a device here: a client with one port is listed by
+-- the client's name ("seq"), one with several as client and port ("a2j Midi Through").
 -- Try it with a JACK server running and a sequencer playing middle C twice a second:
 --   jack_midiseq seq 24000 0 60 12000 &
 --   build/bin/tonvik --midi jack examples/jack-monitor.ls
--- Another source can be watched by changing `wanted` below (e.g. "a2j:...").
+-- Another source can be watched by changing `wanted` below; the script lists them all.
 
-wanted = "seq:out"
-seconds = 10
+wanted = "seq"
+seconds = 5
 midi = new(xtra "Tonvik")
 put midi.Init()
 ports = midi.GetInputPorts()

@@ -4,9 +4,9 @@
 --   build/bin/tonvik --midi jack examples/jack-thru.ls
 -- jack_midi_dump then prints every note that passed through the Xtra.
 
-source = "seq:out"
-destination = "midi-monitor:input"
-seconds = 10
+source = "seq"
+destination = "midi-monitor"
+seconds = 5
 
 on positionOf ports, name
   repeat with i = 1 to count(ports)
