@@ -1,6 +1,6 @@
 -- Prints the MIDI that another JACK program plays into the Xtra, for five seconds.
 -- Every other JACK client with MIDI ports is a device here: a client with one port is listed by
--- the client's name ("seq"), one with several as client and port ("a2j Midi Through").
+-- the client's name ("seq"), one with several as client and port ("synth out").
 -- Try it with a JACK server running and a sequencer playing middle C twice a second:
 --   jack_midiseq seq 24000 0 60 12000 &
 --   build/bin/tonvik --midi jack examples/jack-monitor.ls
