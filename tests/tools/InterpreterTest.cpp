@@ -1,39 +1,12 @@
-#include "Interpreter.h"
-
-#include <gtest/gtest.h>
-
-#include <sstream>
 #include <stdexcept>
 
-#include "ScriptError.h"
+#include "ScriptRunner.h"
 #include "ValueFormat.h"
 
 namespace tonvik {
 namespace {
 
-class InterpreterTest : public testing::Test {
- protected:
-  // What `text` printed.
-  std::string run(const std::string& text) {
-    out_.str("");
-    interpreter_.run(text);
-    return out_.str();
-  }
-
-  // The error `text` stopped with.
-  ScriptError errorOf(const std::string& text) {
-    try {
-      interpreter_.run(text);
-    } catch (const ScriptError& error) {
-      return error;
-    }
-    ADD_FAILURE() << "no error for: " << text;
-    return ScriptError("");
-  }
-
-  std::ostringstream out_;
-  Interpreter interpreter_{out_};
-};
+using InterpreterTest = ScriptRunner;
 
 struct OutputCase {
   std::string script;
@@ -46,68 +19,32 @@ TEST_P(Semantics, PrintAsLingoWould) {
   EXPECT_EQ(run(GetParam().script), GetParam().output);
 }
 
-INSTANTIATE_TEST_SUITE_P(Precedence, Semantics,
-                         testing::Values(OutputCase{"put 2 + 3 * 4", "-- 14\n"},
-                                         OutputCase{"put 10 - 2 - 3, 100 / 10 / 5", "-- 5 2\n"},
-                                         OutputCase{"put -2 * 3, - 2 - 3", "-- -6 -5\n"},
-                                         OutputCase{"put not 1 = 0", "-- 1\n"},
-                                         OutputCase{"put 1 = 1 and 2 < 1 or 3 = 3", "-- 1\n"},
-                                         OutputCase{"put \"a\" & 1 + 2 & \"b\"", "-- \"a3b\"\n"},
-                                         OutputCase{"put \"x\" & \"y\" = \"XY\"", "-- 1\n"},
-                                         OutputCase{"put 7 mod 4 * 2", "-- 6\n"}));
-
 INSTANTIATE_TEST_SUITE_P(
-    Values, Semantics,
+    Cases, Semantics,
     testing::Values(
-        OutputCase{"put -2147483647 - 1, (-2147483647 - 1) / -1", "-- -2147483648 -2147483648\n"},
-        OutputCase{"put 1 / 4.0, 1.0 * 2", "-- 0.2500 2.0000\n"},
+        OutputCase{"put 10 - 2 - 3, 100 / 10 / 5, 7 mod 4 * 2", "-- 5 2 6\n"},
+        OutputCase{"put 1 = 1 and 2 < 1 or 3 = 3, \"x\" & \"y\" = \"XY\"", "-- 1 1\n"},
+        OutputCase{"put (-2147483647 - 1) / -1", "-- -2147483648\n"},
         OutputCase{"put [1, [2]] = [1, [2]], [1] = [1, 2], [#a: 1] = [#A: 1], [1] = 1",
                    "-- 1 0 1 0\n"},
-        OutputCase{"put #abc = #ABC, #abc = \"abc\", \"2\" = 2, VOID = 0, VOID = VOID",
-                   "-- 1 1 1 1 1\n"},
-        OutputCase{"put \"10\" < \"9\", 10 < 9, \"a\" < \"B\"", "-- 0 0 1\n"},
+        OutputCase{"put \"10\" < \"9\", 10 < 9", "-- 0 0\n"},
         // A list literal makes a new list every time it is evaluated.
         OutputCase{"repeat with i = 1 to 2\n  l = []\n  append(l, i)\n  put l\nend repeat",
                    "-- [1]\n-- [2]\n"},
-        OutputCase{"l = [3]\nm = [l, l]\nm[1][1] = 4\nput m", "-- [[4], [4]]\n"},
         OutputCase{"p = [#a: [#b: 1]]\np.a.b = 2\nput p, p[#a][#b]", "-- [#a: [#b: 2]] 2\n"},
         OutputCase{"x = 1\nrepeat with x = 1 to 3\n  x = x + 1\nend repeat\nput x", "-- 5\n"},
-        OutputCase{
-            "repeat with i = 1 to 2\n  repeat with j = 1 to 2\n    if j = 2 then exit repeat\n"
-            "    put i, j\n  end repeat\nend repeat",
-            "-- 1 1\n-- 2 1\n"},
         OutputCase{"on f\n  repeat with i = 1 to 5\n    if i = 2 then return i\n  end repeat\nend\n"
                    "put f()",
                    "-- 2\n"},
-        OutputCase{"global g\nput g\non setG\n  global g\n  g = 5\nend\nsetG\nput g",
-                   "-- <Void>\n-- 5\n"},
-        OutputCase{"put 1\nexit\nput 2", "-- 1\n"},
-        OutputCase{"put \"a\", \"b\" && \"c\"", "-- \"a\" \"b c\"\n"}));
+        OutputCase{"put 1\nexit\nput 2", "-- 1\n"}));
 
 TEST_F(InterpreterTest, KeepsVariablesAndHandlersFromRunToRun) {
   run("x = [1]\non twice n\n  return n * 2\nend");
   EXPECT_EQ(run("append(x, 2)\nput x, twice(4)"), "-- [1, 2] 8\n");
   run("on twice n\n  return n * 3\nend");
   EXPECT_EQ(run("put twice(4)"), "-- 12\n");
-  EXPECT_EQ(formatValue(interpreter_.global("X")), "[1, 2]");
-  EXPECT_TRUE(interpreter_.global("unset").isVoid());
-}
-
-TEST_F(InterpreterTest, RunsNothingWhenTheScriptDoesNotParse) {
-  ScriptError error = errorOf("x = 1\nput x\nput (");
-  EXPECT_EQ(error.line(), 3);
-  EXPECT_TRUE(interpreter_.global("x").isVoid());
-  EXPECT_EQ(out_.str(), "");
-}
-
-TEST_F(InterpreterTest, ReportsTheLineOfTheInnermostStatement) {
-  ScriptError error = errorOf("on f l\n  x = 1\n  return l[5]\nend\n\nput f([1])");
-  EXPECT_STREQ(error.what(), "Index 5 is out of range (the list has 1 items)");
-  EXPECT_EQ(error.line(), 3);
-  error =
-      errorOf("x = 1\nif x then\n  repeat with i = 1 to 2\n    y = i + #a\n  end repeat\nend if");
-  EXPECT_STREQ(error.what(), "Cannot compute integer 1 + symbol #a");
-  EXPECT_EQ(error.line(), 4);
+  EXPECT_EQ(formatValue(interpreter_->global("X")), "[1, 2]");
+  EXPECT_TRUE(interpreter_->global("unset").isVoid());
 }
 
 TEST_F(InterpreterTest, RecoversFromRunawayRecursion) {
@@ -131,25 +68,17 @@ TEST_P(Errors, StopWithAClearMessage) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, Errors,
     testing::Values(
-        ErrorCase{"put y", "Variable used before assigned a value: y"},
         ErrorCase{"on f\n  return z\nend\nz = 1\nput f()",
                   "Variable used before assigned a value: z"},
-        ErrorCase{"put 1 / 0", "Division by zero"}, ErrorCase{"put 1.5 mod 0", "Division by zero"},
         ErrorCase{"put [] + 1", "Cannot compute a list + integer 1"},
         ErrorCase{"put -\"x\"", "Cannot negate string \"x\""},
         ErrorCase{"if \"yes\" then put 1", "Expected TRUE or FALSE, got string \"yes\""},
-        ErrorCase{"put [1] < [2]", "Cannot compare a list with a list"},
-        ErrorCase{"put getProp([#a: 1], #b)", "getProp: property not found: #b"},
-        ErrorCase{"p = [#a: 1]\nput p.b", "Property not found: #b"},
-        ErrorCase{"put [1][0]", "Index 0 is out of range (the list has 1 items)"},
         ErrorCase{"put [1][#a]", "Expected an integer, got symbol #a"},
         ErrorCase{"put 5[1]", "Expected a list, got integer 5"},
         ErrorCase{"x = 5\nx.a = 1", "Cannot set property a of integer 5"},
         ErrorCase{"put count(1)", "count: expected a list, got integer 1"},
-        ErrorCase{"put count([], 1)", "count expects 1 argument, got 2"},
         ErrorCase{"put ilk()", "ilk expects 1 or 2 arguments, got 0"},
         ErrorCase{"add([:], 1)", "add: expected a linear list, got a property list"},
-        ErrorCase{"addProp([], #a, 1)", "addProp: expected a property list, got a list"},
         ErrorCase{"setAt([], 100000000, 1)", "setAt: index 100000000 is too large"},
         ErrorCase{"setProp([#a: 1], #b, 2)", "setProp: property not found: #b"},
         ErrorCase{"put integer(1e20)",
@@ -158,15 +87,13 @@ INSTANTIATE_TEST_SUITE_P(
                   "repeat with: expected an integer bound, got string \"x\""},
         ErrorCase{"repeat with i in 5\nend repeat",
                   "repeat with in: expected a list, got integer 5"},
-        ErrorCase{"nothing(1)", "Handler not defined: nothing"},
-        ErrorCase{"put xtra \"Tonvik\"", "Xtra not found: \"Tonvik\""},
         ErrorCase{"put new(5)", "new: expected an Xtra such as xtra \"Name\", got integer 5"},
         ErrorCase{"wait(\"soon\")",
                   "wait: expected a number of milliseconds, got string \"soon\""}));
 
 TEST_F(InterpreterTest, CallsHostFunctionsByNameIgnoringCase) {
   std::vector<Value> seen;
-  interpreter_.registerHostFunction("hostEcho", [&](const std::vector<Value>& args) {
+  interpreter_->registerHostFunction("hostEcho", [&](const std::vector<Value>& args) {
     seen = args;
     return Value::newList(args);
   });
@@ -178,10 +105,10 @@ TEST_F(InterpreterTest, CallsHostFunctionsByNameIgnoringCase) {
 }
 
 TEST_F(InterpreterTest, HostFunctionErrorsBecomeScriptErrorsOnTheirLine) {
-  interpreter_.registerHostFunction("refuse", [](const std::vector<Value>&) -> Value {
+  interpreter_->registerHostFunction("refuse", [](const std::vector<Value>&) -> Value {
     throw ScriptError("refuse: not under --midi jack");
   });
-  interpreter_.registerHostFunction("broken", [](const std::vector<Value>&) -> Value {
+  interpreter_->registerHostFunction("broken", [](const std::vector<Value>&) -> Value {
     throw std::runtime_error("socket closed");
   });
   ScriptError error = errorOf("put 1\nrefuse()");
@@ -191,9 +118,9 @@ TEST_F(InterpreterTest, HostFunctionErrorsBecomeScriptErrorsOnTheirLine) {
 }
 
 TEST_F(InterpreterTest, ScriptHandlersComeBeforeHostFunctionsAndThoseBeforeBuiltIns) {
-  interpreter_.registerHostFunction(
+  interpreter_->registerHostFunction(
       "count", [](const std::vector<Value>&) { return Value::string("host count"); });
-  interpreter_.registerHostFunction(
+  interpreter_->registerHostFunction(
       "shadowed", [](const std::vector<Value>&) { return Value::string("host"); });
   EXPECT_EQ(run("put count([1])"), "-- \"host count\"\n");
   EXPECT_EQ(run("on shadowed\n  return \"script\"\nend\nput shadowed()"), "-- \"script\"\n");
@@ -201,7 +128,7 @@ TEST_F(InterpreterTest, ScriptHandlersComeBeforeHostFunctionsAndThoseBeforeBuilt
 
 TEST_F(InterpreterTest, StepsTheRunLoopBetweenTopLevelStatementsAndInWait) {
   std::vector<long> steps;
-  interpreter_.setRunLoopStep([&](std::chrono::milliseconds ms) { steps.push_back(ms.count()); });
+  interpreter_->setRunLoopStep([&](std::chrono::milliseconds ms) { steps.push_back(ms.count()); });
   run("x = 1\nrepeat with i = 1 to 5\n  y = i\nend repeat\non f\n  wait(30)\n  wait(-5)\nend\nf()"
       "\nwait(2.6)");
   EXPECT_EQ(steps, (std::vector<long>{0, 0, 30, 0, 0, 2, 0}));
@@ -210,16 +137,6 @@ TEST_F(InterpreterTest, StepsTheRunLoopBetweenTopLevelStatementsAndInWait) {
 TEST_F(InterpreterTest, HaltEndsTheRunButNotTheInterpreter) {
   EXPECT_EQ(run("on f\n  put 1\n  halt\n  put 2\nend\nf()\nput 3"), "-- 1\n");
   EXPECT_EQ(run("put 4"), "-- 4\n");
-}
-
-TEST_F(InterpreterTest, CountsMillisecondsAndTicksFromTheStart) {
-  run("a = the milliseconds\nb = the milliseconds\nt = the ticks");
-  Value a = interpreter_.global("a");
-  Value b = interpreter_.global("b");
-  ASSERT_EQ(a.kind(), ValueKind::Integer);
-  EXPECT_GE(a.asInteger(), 0);
-  EXPECT_GE(b.asInteger(), a.asInteger());
-  EXPECT_LE(interpreter_.global("t").asInteger(), b.asInteger());
 }
 
 }  // namespace

@@ -70,14 +70,6 @@ TEST(Lexer, ReadsNumbersStringsAndSymbols) {
   EXPECT_EQ(tokens[5].text, "noteOn");
 }
 
-TEST(Lexer, CountsLinesAcrossContinuationsAndBrackets) {
-  auto tokens = tokenize("a\n[1,\n2] \\\nb\nc");
-  EXPECT_EQ(tokens.front().line, 1);
-  EXPECT_EQ(tokens.back().line, 5);
-  EXPECT_EQ(tokens[tokens.size() - 2].text, "c");
-  EXPECT_EQ(tokens[tokens.size() - 2].line, 5);
-}
-
 struct ErrorCase {
   const char* text;
   const char* message;

@@ -3,11 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "CaseFold.h"
-#include "Interpreter.h"
-#include "ScriptError.h"
+#include "ScriptRunner.h"
 #include "ValueFormat.h"
 
 namespace tonvik {
@@ -67,7 +64,7 @@ class FakeBridge : public XtraBridge {
   std::shared_ptr<FakeLog> log_;
 };
 
-class XtraBridgeTest : public testing::Test {
+class XtraBridgeTest : public ScriptRunner {
  protected:
   XtraBridgeTest() {
     auto bridge = std::make_shared<FakeBridge>(log_);
@@ -75,25 +72,7 @@ class XtraBridgeTest : public testing::Test {
     interpreter_->setXtraBridge(std::move(bridge));
   }
 
-  std::string run(const std::string& text) {
-    out_.str("");
-    interpreter_->run(text);
-    return out_.str();
-  }
-
-  ScriptError errorOf(const std::string& text) {
-    try {
-      interpreter_->run(text);
-    } catch (const ScriptError& error) {
-      return error;
-    }
-    ADD_FAILURE() << "no error for: " << text;
-    return ScriptError("");
-  }
-
   std::shared_ptr<FakeLog> log_ = std::make_shared<FakeLog>();
-  std::ostringstream out_;
-  std::unique_ptr<Interpreter> interpreter_ = std::make_unique<Interpreter>(out_);
   FakeBridge* bridge_ = nullptr;
 };
 

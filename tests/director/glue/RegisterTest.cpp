@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "GlueHost.h"
 #include "MoaAppInfo.h"
 #include "MoaRegistry.h"
@@ -15,13 +17,16 @@ struct Registered {
   director::RegistryDictionary* scripting;
 };
 
-// Runs Register once through a registration object, as the loader does.
-Registered registerIn(GlueHost& host) {
+// Runs Register once through a registration object, as the loader does; `before` may arrange a
+// failure once the record exists.
+Registered registerIn(GlueHost& host,
+                      const std::function<void(director::RegistryDictionary*)>& before = {}) {
   HostStatus status = kHostOk;
   director::HostObject* object = host.createObject(kRegistrationClassId, &status);
   EXPECT_EQ(status, kHostOk);
   auto* registration = host.record<IMoaRegister>(object, kIID_IMoaRegister);
   director::RegistryDictionary* xtra = host.registry.newXtraDictionary();
+  if (before) before(xtra);
   status = registration->Register(&host.registry, xtra);
   registration->Release();
   object->Release();
@@ -75,29 +80,25 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Register, WithoutTheTableBlockWritesTheOtherTwoAndSucceeds) {
   GlueHost host;
   // Record creation takes the first block; the table's is the second.
-  director::HostObject* object = nullptr;
-  HostStatus status = kHostOk;
-  object = host.createObject(kRegistrationClassId, &status);
-  auto* registration = host.record<IMoaRegister>(object, kIID_IMoaRegister);
-  director::RegistryDictionary* xtra = host.registry.newXtraDictionary();
-  host.store.failAllocations(1);
-  EXPECT_EQ(registration->Register(&host.registry, xtra), kHostOk);
-  registration->Release();
-  object->Release();
-  director::RegistryDictionary* scripting =
-      host.registry.entry(xtra, kScriptingClassId, kIID_IMoaMmXScript);
-  ASSERT_NE(scripting, nullptr);
-  EXPECT_NE(scripting->find("safeForShockwave"), nullptr);
-  EXPECT_EQ(scripting->find("msgTable"), nullptr);
-  EXPECT_NE(host.registry.entry(xtra, kScriptingClassId, kIID_XtraLoadControl), nullptr);
+  const Registered result =
+      registerIn(host, [&](director::RegistryDictionary*) { host.store.failAllocations(1); });
+  EXPECT_EQ(result.status, kHostOk);
+  ASSERT_NE(result.scripting, nullptr);
+  EXPECT_NE(result.scripting->find("safeForShockwave"), nullptr);
+  EXPECT_EQ(result.scripting->find("msgTable"), nullptr);
+  EXPECT_NE(result.loadControl, nullptr);
 }
 
 TEST(Register, PassesHostFailuresOnExceptThoseOfTheLoadControlEntry) {
   {
     GlueHost host;
-    host.store.failNext(director::HostOperation::QueryInterface, 1);
     // The record comes from the object itself, so the callback is first asked by Register.
-    EXPECT_EQ(registerIn(host).status, kHostErrNoInterface);
+    EXPECT_EQ(registerIn(host,
+                         [&](director::RegistryDictionary*) {
+                           host.store.failNext(director::HostOperation::QueryInterface, 1);
+                         })
+                  .status,
+              kHostErrNoInterface);
   }
   {
     GlueHost host;
@@ -119,16 +120,12 @@ TEST(Register, PassesHostFailuresOnExceptThoseOfTheLoadControlEntry) {
   }
   for (const char* key : {"safeForShockwave", "msgTable"}) {
     GlueHost host;
-    HostStatus status = kHostOk;
-    director::HostObject* object = host.createObject(kRegistrationClassId, &status);
-    auto* registration = host.record<IMoaRegister>(object, kIID_IMoaRegister);
-    director::RegistryDictionary* xtra = host.registry.newXtraDictionary();
-    IMoaDict* entry = nullptr;
-    host.registry.AddRegistryEntry(xtra, &kScriptingClassId, &kIID_IMoaMmXScript, &entry);
-    static_cast<director::RegistryDictionary*>(entry)->failPut(key, kHostErrBadValue);
-    EXPECT_EQ(registration->Register(&host.registry, xtra), kHostErrBadValue) << key;
-    registration->Release();
-    object->Release();
+    auto failPut = [&](director::RegistryDictionary* xtra) {
+      IMoaDict* entry = nullptr;
+      host.registry.AddRegistryEntry(xtra, &kScriptingClassId, &kIID_IMoaMmXScript, &entry);
+      static_cast<director::RegistryDictionary*>(entry)->failPut(key, kHostErrBadValue);
+    };
+    EXPECT_EQ(registerIn(host, failPut).status, kHostErrBadValue) << key;
   }
 }
 
