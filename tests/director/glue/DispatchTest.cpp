@@ -79,46 +79,6 @@ TEST_F(Dispatch, SelectorsOutsideTheTableDoNothing) {
   EXPECT_TRUE(instanceLog().calls.empty());
 }
 
-TEST_F(Dispatch, EachMethodReachesTheInstanceAndWritesItsResult) {
-  const std::pair<std::int32_t, std::string> expected[] = {
-      {kMethodInit, "[#code: 0, #text: \"No error\"]"},
-      {kMethodGetTime, "1234"},
-      {kMethodResetTimer, "untouched"},
-      {kMethodGetInputPorts, "[\"Port A\"]"},
-      {kMethodCloseInput, "[#code: 13, #text: \"Input not open\"]"},
-      {kMethodMessagesPending, "0"},
-      {kMethodGetNextMessage, "[:]"},
-      {kMethodGetPendingMessages, "[]"},
-      {kMethodInputOverflowed, "0"},
-      {kMethodFlushInput, "untouched"},
-      {kMethodGetOutputPorts, "[\"Port A\"]"},
-      {kMethodCloseOutput, "[#code: 14, #text: \"Output not open\"]"},
-  };
-  for (const auto& [selector, printed] : expected) {
-    EXPECT_EQ(call(selector), std::make_pair(kHostOk, printed)) << selector;
-  }
-  EXPECT_EQ(instanceLog().calls,
-            (std::vector<std::string>{"Init", "GetTime", "ResetTimer", "GetInputPorts",
-                                      "CloseInput", "GetOutputPorts", "CloseOutput"}));
-}
-
-TEST_F(Dispatch, PortNumbersCountFromOneInLingoAndFromZeroInTheInstance) {
-  LingoValue zero = hold(host_.store.makeInteger(0));
-  LingoValue one = hold(host_.store.makeInteger(1));
-  LingoValue hundred = hold(host_.store.makeInteger(100));
-  EXPECT_EQ(call(kMethodOpenInput, {zero, hundred}),
-            std::make_pair(kHostOk, std::string("[#code: 15, #text: \"Invalid port number\"]")));
-  EXPECT_EQ(instanceLog().port, -1);
-  EXPECT_EQ(instanceLog().bufSize, 100);
-  EXPECT_EQ(call(kMethodOpenInput, {one, hundred}).second, "[#code: 0, #text: \"No error\"]");
-  EXPECT_EQ(instanceLog().port, 0);
-  EXPECT_EQ(call(kMethodOpenOutput, {hundred}).second,
-            "[#code: 2, #text: \"Instance not initialised - call Init() first\"]");
-  EXPECT_EQ(instanceLog().port, 99);
-  for (LingoValue* value : {&zero, &one, &hundred}) host_.store.release(*value);
-  held_ = 0;
-}
-
 TEST_F(Dispatch, AnIntegerArgumentThatIsNotOneFailsTheCallWithoutAResult) {
   LingoValue text = hold(host_.store.makeString("1"));
   LingoValue one = hold(host_.store.makeInteger(1));

@@ -19,42 +19,26 @@ class StandInInstance final : public TonvikBase {
     log.referencesAtDestruction = log.store->interfaceReferences();
   }
 
-  std::int32_t Init() override { return note("Init", kErrNone); }
-  std::int32_t GetTime() override { return note("GetTime", kTime); }
-  void ResetTimer() override { note("ResetTimer", 0); }
-  void GetInputPorts(LingoValue* list) override { appendPort("GetInputPorts", list); }
-  std::int32_t OpenInput(std::int32_t port, std::int32_t bufSize) override {
-    instanceLog().port = port;
-    instanceLog().bufSize = bufSize;
-    return note("OpenInput", port < 0 ? kErrInvalidPortNumber : kErrNone);
-  }
-  std::int32_t CloseInput() override { return note("CloseInput", kErrInputNotOpen); }
-  void GetOutputPorts(LingoValue* list) override { appendPort("GetOutputPorts", list); }
-  std::int32_t OpenOutput(std::int32_t port) override {
-    instanceLog().port = port;
-    return note("OpenOutput", kErrNotInitialised);
-  }
-  std::int32_t CloseOutput() override { return note("CloseOutput", kErrOutputNotOpen); }
+  std::int32_t Init() override { return note("Init"); }
+  std::int32_t GetTime() override { return note("GetTime"); }
+  void ResetTimer() override { note("ResetTimer"); }
+  void GetInputPorts(LingoValue*) override { note("GetInputPorts"); }
+  std::int32_t OpenInput(std::int32_t, std::int32_t) override { return note("OpenInput"); }
+  std::int32_t CloseInput() override { return note("CloseInput"); }
+  void GetOutputPorts(LingoValue*) override { note("GetOutputPorts"); }
+  std::int32_t OpenOutput(std::int32_t) override { return note("OpenOutput"); }
+  std::int32_t CloseOutput() override { return note("CloseOutput"); }
   std::int32_t SendShortMessage(std::uint8_t, std::uint8_t, std::uint8_t, std::int32_t) override {
-    return note("SendShortMessage", kErrNone);
+    return note("SendShortMessage");
   }
   std::int32_t SendSysex(std::uint8_t, const LingoValue*, std::uint32_t) override {
-    return note("SendSysex", kErrNone);
+    return note("SendSysex");
   }
-
-  static constexpr std::int32_t kTime = 1234;
 
  private:
-  std::int32_t note(const char* call, std::int32_t answer) {
+  std::int32_t note(const char* call) {
     instanceLog().calls.push_back(call);
-    return answer;
-  }
-  void appendPort(const char* call, LingoValue* list) {
-    note(call, 0);
-    LingoValue name;
-    valueInterface_->MakeStringValue("Port A", &name);
-    listInterface_->AppendListItem(list, &name);
-    valueInterface_->ReleaseValue(&name);
+    return kErrNone;
   }
 };
 

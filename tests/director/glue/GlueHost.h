@@ -22,8 +22,6 @@ namespace gluetest {
 // What the stand-in instance saw; reset by each GlueHost.
 struct InstanceLog {
   std::vector<std::string> calls;
-  std::int32_t port = 0;
-  std::int32_t bufSize = 0;
   bool failNextCreation = false;
   // Interface references the host still counted when the instance went.
   std::int32_t referencesAtDestruction = -1;
