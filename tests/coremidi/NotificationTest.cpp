@@ -102,26 +102,7 @@ TEST(NotificationTest, DeliveredOnlyOnTheRunLoopOfTheCreatingThread) {
   EXPECT_EQ(MIDIClientDispose(myClient), noErr);
 }
 
-TEST(NotificationTest, RunLoopWithoutClientsFinishesAtOnce) {
-  EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 5.0, false), kCFRunLoopRunFinished);
-}
-
-TEST(NotificationTest, ReturnAfterSourceHandledStopsWaiting) {
-  Recorder recorder;
-  MIDIClientRef client = 0;
-  ASSERT_EQ(MIDIClientCreate(nullptr, &Recorder::notify, &recorder, &client), noErr);
-  std::thread changer([] {
-    virtualmidi::renameDevice(virtualmidi::kDefaultDeviceName,
-                              std::string(virtualmidi::kDefaultDeviceName));
-  });
-  // Generous timeout: the call returns as soon as the rename is told.
-  EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 30.0, true), kCFRunLoopRunHandledSource);
-  changer.join();
-  EXPECT_FALSE(recorder.seen.empty());
-  EXPECT_EQ(MIDIClientDispose(client), noErr);
-}
-
-TEST(NotificationTest, DisposedClientHearsNothingMore) {
+TEST(NotificationTest, DisposedClientHearsNothingMoreAndAnEmptyLoopFinishesAtOnce) {
   Recorder recorder;
   MIDIClientRef client = 0;
   ASSERT_EQ(MIDIClientCreate(nullptr, &Recorder::notify, &recorder, &client), noErr);
@@ -131,6 +112,7 @@ TEST(NotificationTest, DisposedClientHearsNothingMore) {
   CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
   EXPECT_TRUE(recorder.seen.empty());
   virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+  EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 5.0, false), kCFRunLoopRunFinished);
 }
 
 }  // namespace

@@ -68,25 +68,18 @@ class ReceiveAndSendTest : public ::testing::Test {
   int connection_ = 0;
 };
 
-TEST_F(ReceiveAndSendTest, InjectedPacketsReachTheReadProcedureOnTheReceiveThread) {
+TEST_F(ReceiveAndSendTest,
+       InjectedPacketsReachTheReadProcedureOnTheReceiveThreadUntilDisconnected) {
   ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
-  ASSERT_TRUE(virtualmidi::inject(source_, {{0x90, 0x3C, 0x64}, {0xF8}}));
   // Synchronous: everything has been seen when inject returns.
-  std::lock_guard lock(received_.mutex);
-  ASSERT_EQ(received_.packets.size(), 2u);
-  EXPECT_EQ(received_.packets[0], (Packet{0x90, 0x3C, 0x64}));
-  EXPECT_EQ(received_.packets[1], (Packet{0xF8}));
-  EXPECT_EQ(received_.connectionRefCons[0], &connection_);
-  EXPECT_NE(received_.thread, std::this_thread::get_id());
-}
-
-TEST_F(ReceiveAndSendTest, DisconnectedSourceDeliversNothing) {
-  ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
+  ASSERT_TRUE(virtualmidi::inject(source_, {{0x90, 0x3C, 0x64}, {0xF8}}));
   ASSERT_EQ(MIDIPortDisconnectSource(input_, source_), noErr);
   EXPECT_EQ(MIDIPortDisconnectSource(input_, source_), kMIDINoConnection);
   ASSERT_TRUE(virtualmidi::inject(source_, {{0x90, 0x3C, 0x64}}));
   std::lock_guard lock(received_.mutex);
-  EXPECT_TRUE(received_.packets.empty());
+  EXPECT_EQ(received_.packets, (std::vector<Packet>{{0x90, 0x3C, 0x64}, {0xF8}}));
+  EXPECT_EQ(received_.connectionRefCons[0], &connection_);
+  EXPECT_NE(received_.thread, std::this_thread::get_id());
 }
 
 TEST_F(ReceiveAndSendTest, LoopbackDestinationFeedsItsSourceAndIsCaptured) {
@@ -220,7 +213,15 @@ std::vector<Byte> sysexOf(std::size_t size) {
   return bytes;
 }
 
-TEST_F(ReceiveAndSendTest, SysexGoesOutInChunksAndCompletesOnce) {
+TEST_F(ReceiveAndSendTest, SysexGoesOutInChunksAndCompletesOnceEvenWhenEmpty) {
+  Completion none;
+  const std::vector<Byte> nothing;
+  MIDISysexSendRequest empty = requestFor(destination_, nothing, none);
+  ASSERT_EQ(MIDISendSysex(&empty), noErr);
+  ASSERT_TRUE(midisystem::waitUntilDelivered());
+  EXPECT_EQ(none.calls.load(), 1);
+  EXPECT_TRUE(virtualmidi::takeCaptured(destination_).empty());
+
   ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
   const std::vector<Byte> bytes = sysexOf(600);
   Completion completion;
@@ -259,16 +260,6 @@ TEST_F(ReceiveAndSendTest, SysexStopsEarlyWhenTheSenderSetsComplete) {
   EXPECT_EQ(completion.calls.load(), 1);
   EXPECT_EQ(request.bytesToSend, 1000 - midisystem::kSysexChunkSize);
   EXPECT_EQ(virtualmidi::takeCaptured(destination_).size(), 1u);
-}
-
-TEST_F(ReceiveAndSendTest, EmptySysexCompletesAtOnce) {
-  Completion completion;
-  const std::vector<Byte> none;
-  MIDISysexSendRequest request = requestFor(destination_, none, completion);
-  ASSERT_EQ(MIDISendSysex(&request), noErr);
-  ASSERT_TRUE(midisystem::waitUntilDelivered());
-  EXPECT_EQ(completion.calls.load(), 1);
-  EXPECT_TRUE(virtualmidi::takeCaptured(destination_).empty());
 }
 
 }  // namespace
