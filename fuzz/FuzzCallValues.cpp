@@ -9,11 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "FuzzCheck.h"
+#include "BundleRig.h"
 #include "FuzzInput.h"
 #include "MidiSystemControl.h"
 #include "ValueStore.h"
-#include "XtraLoader.h"
 
 namespace {
 
@@ -47,28 +46,19 @@ const std::int32_t kEdgeIntegers[] = {0,   1,    -1,    16,    17,    127,      
                                       255, 8191, -8192, 16383, 16384, INT32_MAX, INT32_MIN};
 
 struct Rig {
-  ValueStore store;
-  director::XtraLoader loader{store};
-  std::unique_ptr<director::XtraInstance> instance;
+  BundleRig bundle{TONVIK_XTRA_PATH};
+  ValueStore& store = bundle.store;
   std::int32_t methodCount = 0;
   std::int32_t openInput = -1;
   std::size_t baseline = 0;
 
   Rig() {
-    fuzzcheck::expect(!loader.loadBundle(TONVIK_XTRA_PATH).has_value(), "the bundle loads");
-    auto bundle = loader.find("Tonvik");
-    instance = bundle->newInstance().instance;
-    fuzzcheck::expect(instance != nullptr, "new");
-    methodCount = static_cast<std::int32_t>(bundle->methods().size());
-    openInput = bundle->methodNumber("OpenInput").value_or(-1);
-    for (const char* method : {"Init", "OpenInput", "OpenOutput"}) {
-      std::vector<LingoValue> ports{store.makeInteger(1), store.makeInteger(0)};
-      if (std::string(method) == "Init") ports.clear();
-      if (std::string(method) == "OpenOutput") ports.pop_back();
-      director::XtraCallResult called = instance->call(method, ports);
-      store.release(called.result);
-      for (LingoValue& port : ports) store.release(port);
-    }
+    fuzzcheck::expect(bundle.loaded() && bundle.create() == "0", "the bundle makes an instance");
+    methodCount = static_cast<std::int32_t>(bundle.bundle->methods().size());
+    openInput = bundle.bundle->methodNumber("OpenInput").value_or(-1);
+    bundle.call("Init");
+    bundle.call("OpenInput", std::vector<std::int32_t>{1, 0});
+    bundle.call("OpenOutput", std::vector<std::int32_t>{1});
     baseline = store.liveValues();
   }
 };
@@ -135,7 +125,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       for (LingoValue& argument : arguments) r.store.release(argument);
       continue;
     }
-    director::XtraCallResult called = r.instance->call(selector, arguments);
+    director::XtraCallResult called = r.bundle.instance->call(selector, arguments);
     r.store.release(called.result);
     for (LingoValue& argument : arguments) r.store.release(argument);
     fuzzcheck::expect(r.store.liveValues() == r.baseline, "a call leaves no value behind");

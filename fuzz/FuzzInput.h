@@ -1,8 +1,11 @@
-// Reads a fuzzer's bytes as a stream of small decisions; past the end every read answers 0.
+// Reads a fuzzer's bytes as a stream of small decisions (past the end every read answers 0), and
+// ends the run with the name of a broken invariant, so that libFuzzer keeps the input.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <span>
 
 class FuzzInput {
@@ -29,3 +32,14 @@ class FuzzInput {
   std::size_t size_;
   std::size_t at_ = 0;
 };
+
+namespace fuzzcheck {
+
+inline void expect(bool holds, const char* what) {
+  if (!holds) {
+    std::fprintf(stderr, "fuzz invariant broken: %s\n", what);
+    std::abort();
+  }
+}
+
+}  // namespace fuzzcheck

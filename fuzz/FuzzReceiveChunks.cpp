@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "FuzzPlatform.h"
 #include "QueueView.h"
+#include "RecordingPlatform.h"
 #include "ValueStore.h"
 
 namespace {
@@ -35,7 +35,7 @@ constexpr std::uint32_t kReopenSizes[] = {0, 1024, 1100, 4096};
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   director::ValueStore store;
   {
-    FuzzPlatform instance(store.valueInterface(), store.listInterface(), store.allocator());
+    RecordingPlatform instance(store);
     const std::size_t symbolValues = store.liveValues();
     fuzzcheck::expect(instance.OpenInput(0, kSmallQueue) == kErrNone, "the queue opens");
     FuzzInput input(data, size);

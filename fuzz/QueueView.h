@@ -3,20 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
-#include "FuzzCheck.h"
-#include "TonvikBase.h"
+#include "FuzzInput.h"
+#include "TonvikBaseInspector.h"
 #include "ValueStore.h"
-
-// The befriended name: lets the fuzzers see the ring's indices.
-class TonvikBaseInspector {
- public:
-  static std::uint32_t size(const TonvikBase& base) { return base.inputQueueSize_; }
-  static std::uint32_t readIndex(const TonvikBase& base) { return base.inputReadIndex_.load(); }
-  static std::uint32_t writeIndex(const TonvikBase& base) { return base.inputWriteIndex_.load(); }
-};
 
 namespace fuzzcheck {
 

@@ -11,9 +11,6 @@
 
 class RecordingPlatform final : public TonvikBase {
  public:
-  static constexpr std::int32_t kPlatformError = 1000;
-  static constexpr const char* kPlatformErrorText = "Couldn't create Core Midi client";
-
   struct ShortSend {
     std::uint8_t status, data1, data2;
     std::int32_t length;
@@ -28,10 +25,7 @@ class RecordingPlatform final : public TonvikBase {
   explicit RecordingPlatform(director::ValueStore& store)
       : TonvikBase(store.valueInterface(), store.listInterface(), store.allocator()) {}
 
-  std::int32_t Init() override {
-    ++initCalls;
-    return kErrNone;
-  }
+  std::int32_t Init() override { return kErrNone; }
   std::int32_t GetTime() override { return time; }
   void ResetTimer() override { time = 0; }
   void GetInputPorts(LingoValue*) override {}
@@ -56,10 +50,6 @@ class RecordingPlatform final : public TonvikBase {
     if (!outputOpen_) return kErrOutputNotOpen;
     outputOpen_ = false;
     return kErrNone;
-  }
-  HostStatus MakeErrorResult(std::int32_t code, LingoValue* result) override {
-    if (code != kPlatformError) return TonvikBase::MakeErrorResult(code, result);
-    return MakeErrorResultWithText(code, kPlatformErrorText, result);
   }
   std::int32_t SendShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
                                 std::int32_t length) override {
@@ -100,7 +90,6 @@ class RecordingPlatform final : public TonvikBase {
   void setOutputOpen(bool open) { outputOpen_ = open; }
 
   std::int32_t time = 0;
-  int initCalls = 0;
   std::vector<ShortSend> shortSends;
   std::vector<SysexSend> sysexSends;
 };
