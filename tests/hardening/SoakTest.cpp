@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -33,11 +32,6 @@ double soakSeconds() {
   return seconds > 0.0 ? seconds : kDefaultSoakSeconds;
 }
 
-virtualmidi::Packet sequencePacket(std::uint32_t sequence) {
-  return {static_cast<Byte>(0xE0 | (sequence >> 14 & 0x0F)), static_cast<Byte>(sequence & 0x7F),
-          static_cast<Byte>(sequence >> 7 & 0x7F)};
-}
-
 struct Tally {
   std::uint64_t sent = 0;
   std::uint64_t received = 0;
@@ -59,7 +53,9 @@ class SoakTest : public InstanceTest {
       while (!stop.load()) {
         std::vector<virtualmidi::Packet> burst;
         for (int i = 0; i < kBurstMessages; ++i) {
-          burst.push_back(sequencePacket(sequence++ % kSequenceModulus));
+          const std::uint32_t s = sequence++ % kSequenceModulus;
+          burst.push_back({static_cast<Byte>(0xE0 | (s >> 14 & 0x0F)), static_cast<Byte>(s & 0x7F),
+                           static_cast<Byte>(s >> 7 & 0x7F)});
         }
         if (!inject(burst)) break;
         sent += kBurstMessages;
@@ -129,8 +125,6 @@ TEST_F(SoakTest, TightQueueAccountsForEveryMessage) {
   EXPECT_EQ(tally.outOfOrder, 0u);
   EXPECT_GT(tally.lost, 0u) << "a burst larger than the queue must overflow it";
   EXPECT_GT(tally.overflowReports, 0);
-  RecordProperty("sent", std::to_string(tally.sent));
-  RecordProperty("lost", std::to_string(tally.lost));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// The instance core: construction and destruction, the symbol table and its counter, error
-// results and the assertion report.
-#include <fstream>
+// The instance core: construction and destruction, the symbol table and its counter, and error
+// results.
 #include <limits>
 #include <string>
 
@@ -82,49 +81,6 @@ TEST(TonvikBaseSymbols, ScriptSymbolInAnotherCaseIsRecognisedByHandle) {
   platform.setOutputOpen(true);
   EXPECT_EQ(platform.SendMessage(&message), kErrNone);
   EXPECT_EQ(platform.shortSends, (std::vector<RecordingPlatform::ShortSend>{{0x90, 60, 100, 3}}));
-}
-
-// The report must name the line of the assertion: "Assertion failed: EXPR, function F, file
-// TonvikBase.cpp, line N." Find the line in the source.
-std::string reportPattern(const std::string& expression, const std::string& function) {
-  std::ifstream in(std::string(TONVIK_SOURCE_DIR) + "/TonvikBase.cpp");
-  std::string line;
-  int found = -1;
-  bool inFunction = false;
-  for (int number = 1; found < 0 && std::getline(in, line); ++number) {
-    inFunction = inFunction || line.find("TonvikBase::" + function + "(") != std::string::npos;
-    if (inFunction && line.find("TONVIK_ASSERT(" + expression + ")") != std::string::npos) {
-      found = number;
-    }
-  }
-  EXPECT_GT(found, 0);
-  std::string escaped;
-  for (char c : "Assertion failed: " + expression + ", function " + function +
-                    ", file TonvikBase.cpp, line " + std::to_string(found) + ".") {
-    if (std::string(".[]{}()\\*+?|^$").find(c) != std::string::npos) escaped += '\\';
-    escaped += c;
-  }
-  return "^" + escaped + "\n";
-}
-
-TEST(TonvikBaseSymbolsDeathTest, AnUnbalancedCounterIsReportedWhereItIsChecked) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  director::ValueStore store;
-  RecordingPlatform platform(store);
-  EXPECT_DEATH(TonvikBaseInspector::initSymbols(platform),
-               reportPattern("acquiredSymbolValueCount_ == 0", "InitSymbols"));
-  EXPECT_DEATH(
-      {
-        TonvikBaseInspector::releaseSymbols(platform);
-        TonvikBaseInspector::releaseExtraSymbolValue(platform);
-      },
-      reportPattern("acquiredSymbolValueCount_ >= 0", "ReleaseSymbolValue"));
-  EXPECT_DEATH(
-      {
-        TonvikBaseInspector::acquireExtraSymbolValue(platform);
-        TonvikBaseInspector::releaseSymbols(platform);
-      },
-      reportPattern("acquiredSymbolValueCount_ == 0", "ReleaseSymbols"));
 }
 
 }  // namespace

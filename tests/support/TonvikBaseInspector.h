@@ -22,17 +22,4 @@ class TonvikBaseInspector {
   static std::uint32_t writeIndex(const TonvikBase& base) { return base.inputWriteIndex_.load(); }
   static std::uint32_t readIndex(const TonvikBase& base) { return base.inputReadIndex_.load(); }
   static LingoSymbol noteOnSymbol(const TonvikBase& base) { return base.noteOnSymbol_; }
-  static void initSymbols(TonvikBase& base) { base.InitSymbols(); }
-  static void releaseSymbols(TonvikBase& base) { base.ReleaseSymbols(); }
-  // Counter moves that the table itself never makes, for the assertion reports.
-  static void acquireExtraSymbolValue(TonvikBase& base) {
-    LingoSymbol handle = 0;
-    LingoValue value;
-    base.AcquireSymbolValue("type", &handle, &value);
-  }
-  static void releaseExtraSymbolValue(TonvikBase& base) {
-    LingoValue value;
-    base.valueInterface_->MakeSymbolValue(base.typeSymbol_, &value);
-    base.ReleaseSymbolValue(base.typeSymbol_, &value);
-  }
 };
