@@ -4,61 +4,42 @@
 #include <string>
 #include <vector>
 
+#include "MessageKinds.h"
 #include "TonvikTestPlatform.h"
 
 namespace {
 
-struct Kind {
-  const char* symbol;
-  const char* group;  // "voice" or "mode" for channel kinds, "realTime" or "common" for system
-  std::uint8_t status, data1, data2;
-  bool note = false;
-};
+// The short kinds of the conversion table, and system-exclusive, which arrives its own way.
+std::vector<MessageKind> kindsWhere(bool channelKinds) {
+  std::vector<MessageKind> kinds;
+  for (const MessageKind& kind : messageKinds()) {
+    if (kind.channelKind() == channelKinds) kinds.push_back(kind);
+  }
+  if (!channelKinds)
+    kinds.push_back({"", {}, 0xF0, 0x7D, 0, 0, "common", "[#type: #systemExclusive,"});
+  return kinds;
+}
+const std::vector<MessageKind> kChannelKinds = kindsWhere(true);
+const std::vector<MessageKind> kSystemKinds = kindsWhere(false);
+const MessageKind& kNoteOn = kChannelKinds[0];
+const MessageKind& kNoteOff = kChannelKinds[2];
 
-const Kind kChannelKinds[] = {
-    {"noteOff", "voice", 0x80, 60, 64, true},  {"noteOn", "voice", 0x90, 60, 64, true},
-    {"noteOff", "voice", 0x90, 60, 0, true},  // velocity 0 is judged as a note-off
-    {"polyKeyPressure", "voice", 0xA0, 60, 5}, {"controlChange", "voice", 0xB0, 7, 1},
-    {"controlChange", "voice", 0xB0, 121, 0},  {"programChange", "voice", 0xC0, 1, 0},
-    {"channelPressure", "voice", 0xD0, 1, 0},  {"pitchBend", "voice", 0xE0, 0, 0x40},
-    {"localControlOff", "mode", 0xB0, 122, 0}, {"localControlOn", "mode", 0xB0, 122, 127},
-    {"allNotesOff", "mode", 0xB0, 123, 0},     {"omniModeOff", "mode", 0xB0, 124, 0},
-    {"omniModeOn", "mode", 0xB0, 125, 0},      {"monoModeOn", "mode", 0xB0, 126, 1},
-    {"polyModeOn", "mode", 0xB0, 127, 0},
-};
-const Kind& kNoteOff = kChannelKinds[0];
-const Kind& kNoteOn = kChannelKinds[1];
-
-const Kind kSystemKinds[] = {
-    {"mtcQuarterFrame", "common", 0xF1, 0x35, 0},
-    {"songPositionPointer", "common", 0xF2, 1, 2},
-    {"songSelect", "common", 0xF3, 1, 0},
-    {"tuneRequest", "common", 0xF6, 0, 0},
-    {"systemExclusive", "common", 0xF0, 0x7D, 0},
-    {"clock", "realTime", 0xF8, 0, 0},
-    {"start", "realTime", 0xFA, 0, 0},
-    {"continue", "realTime", 0xFB, 0, 0},
-    {"stop", "realTime", 0xFC, 0, 0},
-    {"activeSensing", "realTime", 0xFE, 0, 0},
-    {"systemReset", "realTime", 0xFF, 0, 0},
-};
-
-bool admits(const std::string& filter, const Kind& kind) {
+bool admits(const std::string& filter, const MessageKind& kind) {
   if (filter == "all") return true;
   if (filter == "none") return false;
-  if (filter == "note") return kind.note;
-  return filter == kind.group || filter == kind.symbol;
+  if (filter == "note") return kind.kind() == "noteOn" || kind.kind() == "noteOff";
+  return filter == kind.group || filter == kind.kind();
 }
 
 class FiltersTest : public TonvikFixture {
  protected:
   // Whether the kind, received on the channel, enters the queue; leaves the queue empty.
-  bool passes(const Kind& kind, int channel = 1) {
+  bool passes(const MessageKind& kind, int channel = 1) {
     if (kind.status == 0xF0) {
       platform_.receive({0xF0, kind.data1, 0xF7});
     } else {
       const std::uint8_t status =
-          kind.status < 0xF0 ? static_cast<std::uint8_t>(kind.status | (channel - 1)) : kind.status;
+          kind.channelKind() ? static_cast<std::uint8_t>(kind.status | (channel - 1)) : kind.status;
       platform_.receiveShort(status, kind.data1, kind.data2);
     }
     const bool passed = platform_.MessagesPending();
@@ -67,7 +48,7 @@ class FiltersTest : public TonvikFixture {
   }
   bool channelOpenToEverything(int channel) {
     return std::all_of(std::begin(kChannelKinds), std::end(kChannelKinds),
-                       [&](const Kind& kind) { return passes(kind, channel); });
+                       [&](const MessageKind& kind) { return passes(kind, channel); });
   }
   std::int32_t channelFilter(LingoValue types, LingoValue channels) {
     const std::size_t live = store_.liveValues();
@@ -79,24 +60,24 @@ class FiltersTest : public TonvikFixture {
 
 TEST_F(FiltersTest, EveryKindPassesByExactlyItsBit) {
   std::vector<std::string> channelFilters = {"all", "none", "note", "voice", "mode"};
-  for (const Kind& kind : kChannelKinds) channelFilters.push_back(kind.symbol);
+  for (const MessageKind& kind : kChannelKinds) channelFilters.push_back(kind.kind());
   for (const std::string& filter : channelFilters) {
     ASSERT_EQ(channelFilter(sym(filter.c_str()), num(3)), kErrNone) << filter;
-    for (const Kind& kind : kChannelKinds) {
+    for (const MessageKind& kind : kChannelKinds) {
       EXPECT_EQ(passes(kind, 3), admits(filter, kind))
-          << "filter #" << filter << ", message #" << kind.symbol << " " << int(kind.data1);
+          << "filter #" << filter << ", " << kind.received;
     }
     EXPECT_TRUE(channelOpenToEverything(4)) << filter;
   }
   ASSERT_EQ(channelFilter(sym("all"), num(0)), kErrNone);
 
   std::vector<std::string> systemFilters = {"all", "none", "realTime", "common"};
-  for (const Kind& kind : kSystemKinds) systemFilters.push_back(kind.symbol);
+  for (const MessageKind& kind : kSystemKinds) systemFilters.push_back(kind.kind());
   for (const std::string& filter : systemFilters) {
     ASSERT_EQ(systemFilter(sym(filter.c_str())), kErrNone) << filter;
-    for (const Kind& kind : kSystemKinds) {
+    for (const MessageKind& kind : kSystemKinds) {
       EXPECT_EQ(passes(kind), admits(filter, kind))
-          << "filter #" << filter << ", message #" << kind.symbol;
+          << "filter #" << filter << ", " << kind.received;
     }
     EXPECT_TRUE(channelOpenToEverything(1)) << filter;
   }
@@ -161,9 +142,9 @@ TEST_F(FiltersTest, SystemFilterClosesEverySystemMessageBeforeLookingAtItsArgume
   for (const auto& c : cases) {
     ASSERT_EQ(systemFilter(sym("all")), kErrNone);
     EXPECT_EQ(systemFilter(c.types), c.code) << store_.print(c.types);
-    for (const Kind& kind : kSystemKinds) {
+    for (const MessageKind& kind : kSystemKinds) {
       const bool expected = std::find(c.open.begin(), c.open.end(), kind.status) != c.open.end();
-      EXPECT_EQ(passes(kind), expected) << store_.print(c.types) << " " << kind.symbol;
+      EXPECT_EQ(passes(kind), expected) << store_.print(c.types) << " " << kind.received;
     }
     EXPECT_TRUE(channelOpenToEverything(1));
   }
