@@ -100,6 +100,10 @@ void Child::stop() {
   pid_ = -1;
 }
 
+namespace {
+constexpr int kServerNames = 4;
+}  // namespace
+
 bool serverAnswers() {
   jack_status_t status{};
   jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
@@ -113,17 +117,33 @@ void JackServer::start(bool mustOwn) {
   // The probes fail until a server is up; libjack would say so on every try.
   jack_set_error_function([](const char*) {});
   jack_set_info_function([](const char*) {});
-  if (name_.empty()) {
-    const char* given = std::getenv("JACK_DEFAULT_SERVER");
-    if (!mustOwn && given && *given && serverAnswers()) return;
+  if (!name_.empty()) {
     // After a stop the same name comes back, so clients that kept it find the server again.
-    name_ = "tonvik-test-" + std::to_string(getpid());
-    setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
+    if (!startNamed(name_)) throw std::runtime_error("jackd did not start again as " + name_);
+    return;
   }
-  child_ = std::make_unique<Child>(std::vector<std::string>{JACKD_PROGRAM, "-r", "-n", name_, "-d",
+  const char* given = std::getenv("JACK_DEFAULT_SERVER");
+  if (!mustOwn && given && *given && serverAnswers()) return;
+  // A few fixed names rather than fresh ones: libjack's registry of servers (eight places) frees
+  // the place of a server that died unannounced only for a new server of the same name.
+  for (int i = 0; i < kServerNames; ++i) {
+    if (startNamed("tonvik-test-" + std::to_string(i))) return;
+  }
+  throw std::runtime_error("jackd did not start: every test server name is in use");
+}
+
+bool JackServer::startNamed(const std::string& name) {
+  setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+  if (serverAnswers()) return false;  // another test has it
+  child_ = std::make_unique<Child>(std::vector<std::string>{JACKD_PROGRAM, "-r", "-n", name, "-d",
                                                             "dummy", "-r", "48000", "-p", "256"});
   eventually([&] { return !child_->running() || serverAnswers(); });
-  if (!child_->running()) throw std::runtime_error("jackd did not start as " + name_);
+  if (!child_->running()) {
+    child_.reset();
+    return false;
+  }
+  name_ = name;
+  return true;
 }
 
 void JackServer::stop() {
@@ -195,7 +215,7 @@ std::vector<jack_time_t> Peer::receivedAt() {
 int Peer::process(jack_nframes_t frames, void* self) {
   auto* peer = static_cast<Peer*>(self);
   void* in = jack_port_get_buffer(peer->in_, frames);
-  TONVIK_JACK_BUFFER_READ(in);
+  TONVIK_JACK_BUFFER_TAKEN(in);
   for (jack_nframes_t i = 0; i < jack_midi_get_event_count(in); ++i) {
     jack_midi_event_t event;
     if (jack_midi_event_get(&event, in, i) != 0) continue;
@@ -204,7 +224,9 @@ int Peer::process(jack_nframes_t frames, void* self) {
     jackmidi::writeRecord(peer->inbound_, {0, 0, static_cast<std::uint32_t>(event.size), 0, at},
                           event.buffer);
   }
+  TONVIK_JACK_BUFFER_DONE(in);
   void* out = jack_port_get_buffer(peer->out_, frames);
+  TONVIK_JACK_BUFFER_TAKEN(out);
   jack_midi_clear_buffer(out);
   jackmidi::RecordHeader header;
   while (jackmidi::peekRecord(peer->outbound_, header)) {
@@ -212,7 +234,7 @@ int Peer::process(jack_nframes_t frames, void* self) {
     if (!room) break;
     jackmidi::takeRecord(peer->outbound_, header, room);
   }
-  TONVIK_JACK_BUFFER_WRITTEN(out);
+  TONVIK_JACK_BUFFER_DONE(out);
   return 0;
 }
 

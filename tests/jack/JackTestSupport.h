@@ -38,17 +38,18 @@ class Child {
 };
 
 // The JACK server of this test process: the one JACK_DEFAULT_SERVER names if it answers (CI
-// starts one per run), else a jackd of its own on the dummy driver, named after the process.
-// Each test runs in a process of its own, so a test may also insist on a private server.
+// starts one per run), else a jackd of its own on the dummy driver, under the first of a few
+// fixed names that no server answers to. Each test runs in a process of its own, so a test may
+// also insist on a private server.
 class JackServer {
  public:
   // Also forbids this process's clients to start a server of their own.
   void start(bool mustOwn = false);
   // Only a server of our own is stopped; it comes back under the same name with start().
   void stop();
-  bool owned() const { return child_ != nullptr || !name_.empty(); }
 
  private:
+  bool startNamed(const std::string& name);
   std::string name_;
   std::unique_ptr<Child> child_;
 };

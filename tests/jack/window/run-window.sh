@@ -31,11 +31,31 @@ cleanup() {
 trap cleanup EXIT
 
 answers() { "$JACK_LSP" >/dev/null 2>&1; }
-start_server() {
+start_named() {  # false if the name is taken or the server does not come up
+  answers && return 1
   "$JACKD" -r -n "$JACK_DEFAULT_SERVER" -d dummy -r 48000 -p 256 >"$work/jackd.log" 2>&1 &
   server_pid=$!
-  for _ in $(seq 200); do answers && return 0; sleep 0.05; done
-  echo "jackd did not start as $JACK_DEFAULT_SERVER" >&2
+  for _ in $(seq 200); do
+    answers && return 0
+    kill -0 "$server_pid" 2>/dev/null || break
+    sleep 0.05
+  done
+  server_pid=""
+  return 1
+}
+start_server() {
+  if [ -n "${server_name:-}" ]; then  # the same server again
+    export JACK_DEFAULT_SERVER=$server_name
+    start_named && return 0
+  else
+    # A few fixed names: libjack's registry of servers (eight places) frees the place of a
+    # server that died unannounced only for a new server of the same name.
+    for i in 0 1 2 3; do
+      export JACK_DEFAULT_SERVER="tonvik-window-$i"
+      if start_named; then server_name=$JACK_DEFAULT_SERVER; return 0; fi
+    done
+  fi
+  echo "jackd did not start" >&2
   cat "$work/jackd.log" >&2
   exit 1
 }
@@ -52,13 +72,9 @@ stop_peers() {
 
 case $mode in
   shared)
-    if [ -z "${JACK_DEFAULT_SERVER:-}" ] || ! answers; then
-      export JACK_DEFAULT_SERVER="tonvik-window-$$"
-      start_server
-    fi
+    if [ -z "${JACK_DEFAULT_SERVER:-}" ] || ! answers; then start_server; fi
     start_peers ;;
   private)
-    export JACK_DEFAULT_SERVER="tonvik-window-$$"
     start_server
     start_peers ;;
   none)

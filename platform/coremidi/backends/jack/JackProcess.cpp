@@ -44,7 +44,7 @@ void JackBackend::readInputs(const Cycle& cycle) {
     const Listener* listener = slot.listener.load(std::memory_order_acquire);
     if (!port || !listener) continue;
     void* buffer = jack_port_get_buffer(port, cycle.frames);
-    TONVIK_JACK_BUFFER_READ(buffer);
+    TONVIK_JACK_BUFFER_TAKEN(buffer);
     const jack_nframes_t count = jack_midi_get_event_count(buffer);
     // One packet per event, in event order, each stamped with the time of its frame.
     for (jack_nframes_t i = 0; i < count; ++i) {
@@ -61,13 +61,16 @@ void JackBackend::readInputs(const Cycle& cycle) {
       listener->readProc(coremidi::packetListIn(packetList_), listener->portRefCon,
                          listener->connectionRefCon);
     }
+    TONVIK_JACK_BUFFER_DONE(buffer);
   }
 }
 
 void JackBackend::writeOutputs(const Cycle& cycle) {
   for (std::size_t slot = 0; slot < kMaxPorts; ++slot) {
     if (jack_port_t* port = outputs_[slot].port.load(std::memory_order_acquire)) {
-      jack_midi_clear_buffer(jack_port_get_buffer(port, cycle.frames));
+      void* buffer = jack_port_get_buffer(port, cycle.frames);
+      TONVIK_JACK_BUFFER_TAKEN(buffer);
+      jack_midi_clear_buffer(buffer);
     }
     lastFrame_[slot] = 0;
   }
@@ -114,7 +117,7 @@ void JackBackend::writeOutputs(const Cycle& cycle) {
 
   for (OutputSlot& slot : outputs_) {
     if (jack_port_t* port = slot.port.load(std::memory_order_acquire)) {
-      TONVIK_JACK_BUFFER_WRITTEN(jack_port_get_buffer(port, cycle.frames));
+      TONVIK_JACK_BUFFER_DONE(jack_port_get_buffer(port, cycle.frames));
     }
   }
 }
