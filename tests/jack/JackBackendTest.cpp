@@ -132,6 +132,10 @@ TEST(JackDirectory, ClientsAreDevicesTheirPortsEndpointsAndOurPortsAreFenwoldPor
   const jack_uuid_t uuid = jack_port_uuid(out);
   ASSERT_EQ(jack_set_property(probe.client, uuid, JACK_METADATA_PRETTY_NAME, "Keys", nullptr), 0);
   EXPECT_TRUE(eventually([&] { return sourceOf("peer", "Keys") != 0; }));
+  // A name outside ASCII reads as empty.
+  ASSERT_EQ(jack_set_property(probe.client, uuid, JACK_METADATA_PRETTY_NAME, "Cl\xC3\xA9", nullptr),
+            0);
+  EXPECT_TRUE(eventually([&] { return sourceOf("peer", "") != 0; }));
   jack_remove_property(probe.client, uuid, JACK_METADATA_PRETTY_NAME);
   EXPECT_TRUE(eventually([&] { return sourceOf("peer", "out") != 0; }));
 }
