@@ -82,22 +82,6 @@ TEST_F(ReceiveAndSendTest,
   EXPECT_NE(received_.thread, std::this_thread::get_id());
 }
 
-TEST_F(ReceiveAndSendTest, LoopbackDestinationFeedsItsSourceAndIsCaptured) {
-  ASSERT_EQ(MIDIPortConnectSource(input_, source_, &connection_), noErr);
-  OnePacket noteOn(0, {0x90, 0x40, 0x7F});
-  ASSERT_EQ(MIDISend(output_, destination_, noteOn.list()), noErr);
-  ASSERT_TRUE(midisystem::waitUntilDelivered());
-  {
-    std::lock_guard lock(received_.mutex);
-    ASSERT_EQ(received_.packets.size(), 1u);
-    EXPECT_EQ(received_.packets[0], (Packet{0x90, 0x40, 0x7F}));
-  }
-  const auto captured = virtualmidi::takeCaptured(destination_);
-  ASSERT_EQ(captured.size(), 1u);
-  EXPECT_EQ(captured[0].bytes, (Packet{0x90, 0x40, 0x7F}));
-  EXPECT_TRUE(virtualmidi::takeCaptured(destination_).empty());
-}
-
 TEST_F(ReceiveAndSendTest, LaterTimeStampIsDeliveredAtThatHostTime) {
   const UInt64 delay = AudioConvertNanosToHostTime(20000000);  // 20 ms
   const MIDITimeStamp due = AudioGetCurrentHostTime() + delay;

@@ -38,33 +38,6 @@ TEST(ValueStore, ListsKeepTheirOwnReferencesAndEveryKindPrintsAsTheMessageWindow
   EXPECT_EQ(store.liveValues(), 0u);
 }
 
-TEST(ValueStore, InterfaceReadsFailOnTheWrongKindAndOutsideTheList) {
-  ValueStore store;
-  HostValueInterface* values = store.valueInterface();
-  HostListInterface* lists = store.listInterface();
-  LingoValue text;
-  ASSERT_EQ(values->MakeStringValue("7", &text), kHostOk);
-  std::int32_t number = 0;
-  EXPECT_NE(values->ReadIntegerValue(&text, &number), kHostOk);
-  LingoSymbol symbol = 0;
-  EXPECT_NE(values->ReadSymbolValue(&text, &symbol), kHostOk);
-  LingoValue empty{};
-  EXPECT_NE(values->ReadIntegerValue(&empty, &number), kHostOk);  // VOID reads as nothing
-
-  LingoValue list;
-  lists->NewLinearList(&list);
-  LingoValue item;
-  EXPECT_NE(lists->GetListItem(&list, 1, &item), kHostOk);
-  EXPECT_NE(lists->GetListItem(&text, 1, &item), kHostOk);
-  EXPECT_EQ(lists->ListItemCount(&text), 0);
-  std::int32_t type = -1;
-  values->ValueTypeOf(&list, &type);
-  EXPECT_EQ(type, kLingoTypeLinearList);
-  values->ReleaseValue(&list);
-  values->ReleaseValue(&text);
-  EXPECT_EQ(store.liveValues(), 0u);
-}
-
 TEST(ValueStore, InjectedFailuresHitExactlyTheNextCalls) {
   ValueStore store;
   HostValueInterface* values = store.valueInterface();

@@ -71,30 +71,6 @@ TEST(ClassFactory, ClassFormAnswersKnownClassesOnly) {
   EXPECT_EQ(DllGetClassObject(&kScriptingClassId, &kIID_ClassFactory, nullptr), kHostErrNoClass);
 }
 
-TEST(ClassFactory, RecordsKeepTheObjectAndBlockUnloadingUntilReleased) {
-  GlueHost host;
-  HostStatus status = kHostOk;
-  director::HostObject* object = host.createObject(kScriptingClassId, &status);
-  ASSERT_EQ(status, kHostOk);
-  void* out = &host;
-  EXPECT_EQ(DllGetInterface(object->header(), &kScriptingClassId, &kIID_IMoaRegister, &out),
-            kHostErrNoInterface);
-  EXPECT_EQ(DllCanUnloadNow(), kHostOk);
-
-  auto* script = host.record<IMoaMmXScript>(object, kIID_IMoaMmXScript);
-  ASSERT_NE(script, nullptr);
-  EXPECT_EQ(object->references(), 3);  // the host's, the record's own, the record's count
-  EXPECT_EQ(DllCanUnloadNow(), kHostErrCannotUnload);
-  EXPECT_EQ(script->AddRef(), 2u);
-  EXPECT_EQ(object->references(), 4);
-  EXPECT_EQ(script->Release(), 1u);
-  EXPECT_EQ(DllCanUnloadNow(), kHostErrCannotUnload);
-  EXPECT_EQ(script->Release(), 0u);
-  EXPECT_EQ(object->references(), 1);
-  EXPECT_EQ(DllCanUnloadNow(), kHostOk);
-  object->Release();
-}
-
 int newHandlerCalls = 0;
 
 TEST(ClassFactory, RecordCreationRetriesThroughTheNewHandlerAndFailsWithoutOne) {

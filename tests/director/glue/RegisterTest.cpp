@@ -77,18 +77,6 @@ INSTANTIATE_TEST_SUITE_P(
                     HostCase{"Director", "v11", false}),
     [](const testing::TestParamInfo<HostCase>& info) { return std::to_string(info.index); });
 
-TEST(Register, WithoutTheTableBlockWritesTheOtherTwoAndSucceeds) {
-  GlueHost host;
-  // Record creation takes the first block; the table's is the second.
-  const Registered result =
-      registerIn(host, [&](director::RegistryDictionary*) { host.store.failAllocations(1); });
-  EXPECT_EQ(result.status, kHostOk);
-  ASSERT_NE(result.scripting, nullptr);
-  EXPECT_NE(result.scripting->find("safeForShockwave"), nullptr);
-  EXPECT_EQ(result.scripting->find("msgTable"), nullptr);
-  EXPECT_NE(result.loadControl, nullptr);
-}
-
 TEST(Register, PassesHostFailuresOnExceptThoseOfTheLoadControlEntry) {
   {
     GlueHost host;
