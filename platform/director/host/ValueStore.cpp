@@ -500,6 +500,11 @@ void ValueStore::publishInterface(const HostInterfaceId& iid, IMoaUnknown* objec
   published_.emplace_back(iid, object);
 }
 
+void ValueStore::withdrawInterface(const HostInterfaceId& iid, IMoaUnknown* object) {
+  std::erase_if(published_,
+                [&](const auto& entry) { return entry.first == iid && entry.second == object; });
+}
+
 HostStatus ValueStore::queryInterface(const HostInterfaceId* iid, void** out) {
   *out = nullptr;
   if (consumeFailure(HostOperation::QueryInterface)) return kHostErrNoInterface;

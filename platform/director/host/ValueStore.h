@@ -104,8 +104,10 @@ class ValueStore {
   HostAllocator* allocator();
   // Hands out the value and list interfaces, the allocator, and whatever else was added.
   HostCallback* callback();
-  // Lets the rest of the host publish further interfaces through callback(); not owned.
+  // Lets the rest of the host publish further interfaces through callback(); not owned, so an
+  // owner that goes first withdraws what it published.
   void publishInterface(const HostInterfaceId& iid, IMoaUnknown* object);
+  void withdrawInterface(const HostInterfaceId& iid, IMoaUnknown* object);
 
   // Used by the interface objects.
   bool consumeFailure(HostOperation operation);

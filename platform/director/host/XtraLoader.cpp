@@ -159,7 +159,9 @@ XtraLoader::XtraLoader(ValueStore& store) : store_(store) {
   store_.publishInterface(kIID_IMoaAppInfo, &appInfo_);
 }
 
-XtraLoader::~XtraLoader() = default;
+XtraLoader::~XtraLoader() {
+  store_.withdrawInterface(kIID_IMoaAppInfo, &appInfo_);
+}
 
 std::string XtraLoader::xtrasFolderBesideExecutable() {
   std::error_code error;
