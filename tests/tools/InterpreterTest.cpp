@@ -36,7 +36,8 @@ INSTANTIATE_TEST_SUITE_P(
         OutputCase{"on f\n  repeat with i = 1 to 5\n    if i = 2 then return i\n  end repeat\nend\n"
                    "put f()",
                    "-- 2\n"},
-        OutputCase{"put 1\nexit\nput 2", "-- 1\n"}));
+        // The lexer: exponents, and "--" inside a string is no comment.
+        OutputCase{"put 2e3, \"a -- b\"", "-- 2000.0000 \"a -- b\"\n"}));
 
 TEST_F(InterpreterTest, KeepsVariablesAndHandlersFromRunToRun) {
   run("x = [1]\non twice n\n  return n * 2\nend");

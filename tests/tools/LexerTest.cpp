@@ -54,22 +54,6 @@ INSTANTIATE_TEST_SUITE_P(
             "[#a: 1]",
             {K::LeftBracket, K::Symbol, K::Colon, K::Integer, K::RightBracket, K::EndOfText}}));
 
-TEST(Lexer, ReadsNumbersStringsAndSymbols) {
-  auto tokens = tokenize("2147483647 2147483648 1.5 2e3 \"a -- b\" #noteOn");
-  ASSERT_EQ(tokens.size(), 7u);
-  EXPECT_EQ(tokens[0].kind, TokenKind::Integer);
-  EXPECT_EQ(tokens[0].integer, 2147483647);
-  // Too large for 32 bits: a float, as Director reads it.
-  EXPECT_EQ(tokens[1].kind, TokenKind::Float);
-  EXPECT_DOUBLE_EQ(tokens[1].floating, 2147483648.0);
-  EXPECT_DOUBLE_EQ(tokens[2].floating, 1.5);
-  EXPECT_DOUBLE_EQ(tokens[3].floating, 2000.0);
-  EXPECT_EQ(tokens[4].kind, TokenKind::String);
-  EXPECT_EQ(tokens[4].text, "a -- b");
-  EXPECT_EQ(tokens[5].kind, TokenKind::Symbol);
-  EXPECT_EQ(tokens[5].text, "noteOn");
-}
-
 struct ErrorCase {
   const char* text;
   const char* message;

@@ -76,25 +76,6 @@ class XtraBridgeTest : public ScriptRunner {
   FakeBridge* bridge_ = nullptr;
 };
 
-TEST_F(XtraBridgeTest, NumbersInstancesInTheOrderTheyAreMade) {
-  EXPECT_EQ(run("a = new(xtra \"tonvik\")\nb = xtra(\"Tonvik\").new()\nput a, b, xtra \"TONVIK\""),
-            "-- <Xtra child \"Tonvik\" 1> <Xtra child \"Tonvik\" 2> <Xtra \"Tonvik\">\n");
-  EXPECT_EQ(run("a = 0\na = new(xtra \"Tonvik\")\nput a, ilk(a), ilk(xtra \"Tonvik\")"),
-            "-- <Xtra child \"Tonvik\" 3> #instance #xtra\n");
-}
-
-TEST_F(XtraBridgeTest, CallsMethodsInBothFormsIgnoringCase) {
-  run("obj = new(xtra \"Tonvik\")");
-  EXPECT_EQ(run("put obj.echo(1, \"a\")\nput ECHO(obj, [#k: 2])\nobj.Init()\nInit obj"),
-            "-- [1, \"a\"]\n-- [[#k: 2]]\n");
-  // The Xtra sees its own spelling of the method and the arguments after the instance.
-  EXPECT_EQ(log_->calls,
-            (std::vector<std::string>{"Echo [1, \"a\"]", "Echo [[#k: 2]]", "Init []", "Init []"}));
-  // Built-ins still take an instance as an ordinary argument.
-  EXPECT_EQ(run("put string(obj), objectp(obj), obj = obj"),
-            "-- \"<Xtra child \"Tonvik\" 1>\" 1 1\n");
-}
-
 TEST_F(XtraBridgeTest, UnknownMethodsAreScriptErrors) {
   run("obj = new(xtra \"Tonvik\")");
   EXPECT_STREQ(errorOf("obj.OpenPort(1)").what(), "Xtra \"Tonvik\" has no method OpenPort");
