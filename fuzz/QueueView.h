@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "FuzzInput.h"
-#include "TonvikBaseInspector.h"
+#include "TonvikBaseInternals.h"
 #include "ValueStore.h"
 
 namespace fuzzcheck {

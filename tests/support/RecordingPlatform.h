@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "TonvikBase.h"
-#include "TonvikBaseInspector.h"
+#include "TonvikBaseInternals.h"
 #include "ValueStore.h"
 
 class RecordingPlatform final : public TonvikBase {
