@@ -101,12 +101,6 @@ XtraBundle::~XtraBundle() {
   if (canUnload()) dlclose(library_);
 }
 
-std::vector<std::string> XtraBundle::methodNames() const {
-  std::vector<std::string> names;
-  for (const MethodDeclaration& method : methods()) names.push_back(method.name);
-  return names;
-}
-
 std::optional<std::int32_t> XtraBundle::methodNumber(std::string_view name) const {
   for (std::size_t i = 0; i < methods().size(); ++i) {
     if (equalsIgnoringCase(methods()[i].name, name)) return static_cast<std::int32_t>(i);

@@ -74,7 +74,6 @@ class XtraBundle : public std::enable_shared_from_this<XtraBundle> {
   const std::string& path() const { return path_; }
   const std::string& lingoName() const { return methodTable_.lingoName; }
   const std::vector<MethodDeclaration>& methods() const { return methodTable_.methods; }
-  std::vector<std::string> methodNames() const;
   // Lingo names compare without regard to case.
   std::optional<std::int32_t> methodNumber(std::string_view name) const;
   const std::vector<XtraClassInfo>& classInfo() const { return classInfo_; }
