@@ -48,9 +48,32 @@ constexpr auto kSettle = std::chrono::milliseconds(200);
 constexpr std::int32_t kInputQueueBytes = 16 << 20;
 constexpr int kLatencySamples = 200;
 
-// The clients of the run; main() makes them once the server is up.
-jackbench::LoopClient* loop = nullptr;
-jackbench::Feeder* feeder = nullptr;
+// The server and the clients of the run, made by the first benchmark and kept to the end.
+struct Rig {
+  Rig() : server(JACKD_PROGRAM, kRate, kPeriod) {
+    if (!server.ready()) {
+      problem = "jackd did not start";
+    } else if (!midisystem::selectBackend("jack")) {
+      problem = "the JACK backend cannot be chosen";
+    } else {
+      loop = std::make_unique<jackbench::LoopClient>("loop");
+      feeder = std::make_unique<jackbench::Feeder>("feeder");
+      if (!loop->open() || !feeder->open()) problem = "cannot open the loop and feeder clients";
+    }
+  }
+  jackbench::PrivateServer server;  // first made, last gone
+  std::unique_ptr<jackbench::LoopClient> loop;
+  std::unique_ptr<jackbench::Feeder> feeder;
+  const char* problem = nullptr;
+};
+
+// The rig, or nullptr with the benchmark skipped for the reason.
+Rig* rigFor(benchmark::State& state) {
+  static Rig rig;
+  if (rig.problem == nullptr) return &rig;
+  state.SkipWithError(rig.problem);
+  return nullptr;
+}
 
 double percentile(std::vector<double>& samples, double share) {
   const auto at = static_cast<std::size_t>(share * static_cast<double>(samples.size() - 1));
@@ -90,6 +113,7 @@ std::int32_t receivedCount(director::ValueStore& store, MacOsxTonvik& instance, 
 }
 
 void BM_Jack_RoundTrip(benchmark::State& state) {
+  if (rigFor(state) == nullptr) return;
   director::ValueStore store;
   std::vector<double> micros;
   {
@@ -155,6 +179,8 @@ double figureAfter(const std::string& output, const std::string& label) {
 
 // JACK's own tool, through the same loop client: its figures are frame-exact.
 void BM_Jack_LatencyTestAnchor(benchmark::State& state) {
+  const Rig* rig = rigFor(state);
+  if (rig == nullptr) return;
   char file[] = "/tmp/tonvik-latency-XXXXXX";
   const int descriptor = mkstemp(file);
   if (descriptor < 0) {
@@ -165,7 +191,7 @@ void BM_Jack_LatencyTestAnchor(benchmark::State& state) {
   std::string output;
   for (auto _ : state) {
     jackbench::Child test({JACK_MIDI_LATENCY_TEST_PROGRAM, "-s", std::to_string(kLatencySamples),
-                           loop->inName(), loop->outName()},
+                           rig->loop->inName(), rig->loop->outName()},
                           file);
     if (!test.wait(kLatencyTestPatienceSeconds)) {
       state.SkipWithError("jack_midi_latency_test did not finish");
@@ -203,6 +229,9 @@ void countRtMidiMessage(double, std::vector<unsigned char>*, void* counter) {
 void BM_Jack_InputThroughput(benchmark::State& state) {
   const auto perPeriod = static_cast<std::uint32_t>(state.range(0));
   const auto periods = static_cast<std::uint32_t>(state.range(1));
+  const Rig* rig = rigFor(state);
+  if (rig == nullptr) return;
+  jackbench::Feeder* feeder = rig->feeder.get();
   director::ValueStore store;
   MacOsxTonvik instance(store.valueInterface(), store.listInterface(), store.allocator());
   if (instance.Init() != 0) {
@@ -272,28 +301,3 @@ BENCHMARK(BM_Jack_InputThroughput)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  jackbench::PrivateServer server(JACKD_PROGRAM, kRate, kPeriod);
-  if (!server.ready()) {
-    std::fprintf(stderr, "tonvik_jack_bench: jackd did not start\n");
-    return 1;
-  }
-  if (!midisystem::selectBackend("jack")) {
-    std::fprintf(stderr, "tonvik_jack_bench: the JACK backend cannot be chosen\n");
-    return 1;
-  }
-  jackbench::LoopClient loopClient("loop");
-  jackbench::Feeder feederClient("feeder");
-  if (!loopClient.open() || !feederClient.open()) {
-    std::fprintf(stderr, "tonvik_jack_bench: cannot open the loop and feeder clients\n");
-    return 1;
-  }
-  loop = &loopClient;
-  feeder = &feederClient;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
