@@ -23,6 +23,7 @@
 #include "JackRig.h"
 #include "MacOsxTonvik.h"
 #include "MidiSystemControl.h"
+#include "RoundTrip.h"
 #include "ValueStore.h"
 
 #ifdef TONVIK_BENCH_HAVE_RTMIDI
@@ -75,13 +76,6 @@ Rig* rigFor(benchmark::State& state) {
   return nullptr;
 }
 
-double percentile(std::vector<double>& samples, double share) {
-  const auto at = static_cast<std::size_t>(share * static_cast<double>(samples.size() - 1));
-  std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(at),
-                   samples.end());
-  return samples[at];
-}
-
 // The zero-based position of `name` in the instance's list of input or output ports, -1 if the
 // directory does not show it within a few seconds (new JACK clients arrive as notifications).
 std::int32_t portIndex(director::ValueStore& store, MacOsxTonvik& instance, bool input,
@@ -129,12 +123,7 @@ void BM_Jack_RoundTrip(benchmark::State& state) {
       state.SkipWithError("the loop client is not in the port lists");
       return;
     }
-    LingoValue message = store.makeLinearList();
-    for (LingoValue item : {store.makeSymbol("noteOn"), store.makeInteger(1), store.makeInteger(60),
-                            store.makeInteger(100)}) {
-      store.append(message, item);
-      store.release(item);
-    }
+    LingoValue message = bench::noteOnMessage(store);
     // Each round trip waits until it is back, or fails the benchmark.
     const auto roundTrip = [&]() -> double {
       const Clock::time_point sent = Clock::now();
@@ -164,8 +153,8 @@ void BM_Jack_RoundTrip(benchmark::State& state) {
     store.release(message);
   }
   if (micros.empty()) return;
-  state.counters["p50_us"] = percentile(micros, 0.50);
-  state.counters["p99_us"] = percentile(micros, 0.99);
+  state.counters["p50_us"] = bench::percentile(micros, 0.50);
+  state.counters["p99_us"] = bench::percentile(micros, 0.99);
   state.counters["period_us"] = kPeriodSeconds * 1e6;
 }
 BENCHMARK(BM_Jack_RoundTrip)->UseManualTime()->Iterations(300)->Unit(benchmark::kMillisecond);

@@ -9,18 +9,12 @@
 
 #include "MacOsxTonvik.h"
 #include "MidiSystemControl.h"
+#include "RoundTrip.h"
 #include "ValueStore.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double percentile(std::vector<double>& samples, double share) {
-  const auto at = static_cast<std::size_t>(share * static_cast<double>(samples.size() - 1));
-  std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(at),
-                   samples.end());
-  return samples[at];
-}
 
 void BM_Loopback_Latency(benchmark::State& state) {
   director::ValueStore store;
@@ -32,12 +26,7 @@ void BM_Loopback_Latency(benchmark::State& state) {
       state.SkipWithError("no loopback port");
       return;
     }
-    LingoValue message = store.makeLinearList();
-    for (LingoValue item : {store.makeSymbol("noteOn"), store.makeInteger(1), store.makeInteger(60),
-                            store.makeInteger(100)}) {
-      store.append(message, item);
-      store.release(item);
-    }
+    LingoValue message = bench::noteOnMessage(store);
     HostListInterface* lists = store.listInterface();
     HostValueInterface* values = store.valueInterface();
     for (auto _ : state) {
@@ -59,8 +48,8 @@ void BM_Loopback_Latency(benchmark::State& state) {
     midisystem::waitUntilDelivered();
   }
   if (micros.empty()) return;
-  state.counters["p50_us"] = percentile(micros, 0.50);
-  state.counters["p99_us"] = percentile(micros, 0.99);
+  state.counters["p50_us"] = bench::percentile(micros, 0.50);
+  state.counters["p99_us"] = bench::percentile(micros, 0.99);
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_Loopback_Latency)->UseManualTime()->Iterations(20000);
