@@ -47,17 +47,6 @@ long liveStringCount() {
   return coremidi::liveStrings();
 }
 
-std::map<std::string, std::uint64_t> callCounts() {
-  std::map<std::string, std::uint64_t> counts;
-  for (int i = 0; i < coremidi::kApiFunctionCount; ++i) {
-    const auto function = static_cast<coremidi::ApiFunction>(i);
-    if (const std::uint64_t calls = coremidi::callsOf(function)) {
-      counts[coremidi::apiFunctionName(function)] = calls;
-    }
-  }
-  return counts;
-}
-
 std::uint64_t callCount(std::string_view function) {
   for (int i = 0; i < coremidi::kApiFunctionCount; ++i) {
     const auto candidate = static_cast<coremidi::ApiFunction>(i);
