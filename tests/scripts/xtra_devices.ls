@@ -21,4 +21,13 @@ wait(10)
 put midi.OpenInput(8, 1024)
 put midi.GetInputPorts()
 put midi.OpenInput(8, 1024)
+
+-- Each direction is named on its own: two devices called "Box", one with a source and one with
+-- a destination, are no duplicates of each other.
+virtualMidiSetup([#devices: [ ¬
+  [#name: "Box", #entities: [[#name: "Box", #sources: ["Box"], #destinations: []]]], ¬
+  [#name: "Box", #entities: [[#name: "Box", #sources: [], #destinations: ["Box"]]]]]])
+wait(10)
+put midi.GetInputPorts(), midi.GetOutputPorts()
+put midi.OpenOutput(1)
 midi = 0

@@ -5,6 +5,7 @@ on sendMix midi
   midi.SendMessage([#controlChange, 1, 7, 1])
   midi.SendMessage([#allNotesOff, 1])
   midi.SendMessage([#clock])
+  midi.SendMessage([#start])
   midi.SendMessage([#songSelect, 2])
   midi.SendMessage([#systemExclusive, 125, [1]])
   wait(20)
@@ -28,11 +29,32 @@ put midi.SetSystemFilter([#songSelect, #foo])
 sendMix(midi)
 put midi.SetChannelFilter(#all, 0), midi.SetSystemFilter(#all)
 sendMix(midi)
-put midi.SetChannelFilter(#noteOn, 17)
-put midi.SetChannelFilter(#noteOn, [0])
-put midi.SetChannelFilter(#noteOn, "1")
-put midi.SetChannelFilter(#clock, 1)
-put midi.SetChannelFilter(5, 1)
-put midi.SetSystemFilter(3)
+
+-- Bad channels change nothing: channel 1 keeps only its control changes.
+put midi.SetChannelFilter(#controlChange, 1)
+badChannels = [17, [0], [1, 17, 2], [1, "2"], ["2", 99], "1", [#a: 1], []]
+repeat with channels in badChannels
+  put midi.SetChannelFilter(#none, channels), channels
+end repeat
+sendMix(midi)
+
+-- Bad types close the chosen channels and then open them to what the good symbols before the
+-- bad argument named.
+badTypes = [#clock, 5, [], [#noteOn, 3], [#foo, #noteOn, "x"], ["x", #noteOn, #foo], ¬
+  [#type: #noteOn]]
+repeat with types in badTypes
+  midi.SetChannelFilter(#all, 0)
+  put midi.SetChannelFilter(types, 1), types
+  sendMix(midi)
+end repeat
+midi.SetChannelFilter(#all, 0)
+
+-- The system filter closes every system message before it looks at its argument.
+badTypes = [[#clock, #foo, #start], [#clock, 3], 3, #noteOn, [], #realTime]
+repeat with types in badTypes
+  midi.SetSystemFilter(#all)
+  put midi.SetSystemFilter(types), types
+  sendMix(midi)
+end repeat
 put hostLiveValues()
 midi = 0

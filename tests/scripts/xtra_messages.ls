@@ -42,17 +42,44 @@ repeat with message in sent
 end repeat
 receiveAll(midi)
 
--- Errors, in the order they are checked.
-put midi.SendMessage(42)
-put midi.SendMessage([])
-put midi.SendMessage(["noteOn", 1, 60, 100])
-put midi.SendMessage([#voice])
-put midi.SendMessage([#type: #noteOn, #channel: 1, #number: 60])
-put midi.SendMessage([#type: #noteOn, #channel: 17, #number: 60, #velocity: 1])
-put midi.SendMessage([#type: #noteOn, #channel: 1, #number: 60, #velocity: "loud"])
-put midi.SendMessage([#type: #pitchBend, #channel: 1, #amount: 8192])
-put midi.SendMessage([#type: #systemExclusive, #manufacturerID: 125, #data: 5])
-put midi.SendMessage([#type: #systemExclusive, #manufacturerID: 125, #data: [1, 200]])
+-- Symbols are known whatever their case; a system-exclusive message keeps every data byte up
+-- to its final 247, real-time bytes and 127 included, and goes out again as it came in.
+midi.SendMessage([#NOTEON, 1, 60, 100])
+virtualMidiSend("Virtual Bus", [[240, 0, 32, 248, 127, 247]])
+receiveAll(midi)
+virtualMidiSend("Virtual Bus", [[240, 125, 1, 2, 247]])
+put midi.SendMessage(midi.GetNextMessage())
+receiveAll(midi)
+
+-- Errors, in the order they are checked; each is given with the message that sent nothing.
+errors = [42, [], [:], ["noteOn", 1, 60, 100], [#voice], [#foo], [#all], ¬
+  [#type: #noteOn, #channel: 1, #number: 60], ¬
+  [#type: #noteOn, #channel: 17, #number: 60, #velocity: 1], ¬
+  [#type: #noteOn, #channel: 1, #number: 60, #velocity: "loud"], ¬
+  [#noteOn, 0, 60, 100], [#noteOn, -1, 60, 100], [#noteOn, 1, 128, 100], ¬
+  [#noteOn, "1", 999], [#noteOn, 99], [#noteOn], ¬
+  [#type: #pitchBend, #channel: 1, #amount: 8192], [#pitchBend, 1, -8193], ¬
+  [#pitchBend, 1, 2147483647], [#pitchBend, 1], ¬
+  [#songPositionPointer, 16384], [#songPositionPointer, -1], ¬
+  [#mtcQuarterFrame, 8, 0], [#mtcQuarterFrame, 7, 16], [#monoModeOn, 1, 128], ¬
+  [#allNotesOff], [#songSelect, 128], ¬
+  [#type: #systemExclusive, #manufacturerID: 125, #data: 5], ¬
+  [#type: #systemExclusive, #manufacturerID: 125, #data: [1, 200]], ¬
+  [#systemExclusive, 125, [1, "2"]], [#systemExclusive, 125], ¬
+  [#systemExclusive, 128, []], [#systemExclusive]]
+repeat with message in errors
+  put midi.SendMessage(message), message
+end repeat
+-- With the output closed, every message gives that error first.
+midi.CloseOutput()
+append(errors, [#clock])
+codes = []
+repeat with message in errors
+  result = midi.SendMessage(message)
+  append(codes, result.code)
+end repeat
+put codes
+wait(20)
 put midi.MessagesPending()
 put hostLiveValues()
 midi = 0

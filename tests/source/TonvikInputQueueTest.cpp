@@ -1,5 +1,6 @@
-// The input queue: sizing, record format, room and overflow, wrap-around, system-exclusive
-// assembly and the hold-back of short messages during a system-exclusive message.
+// The input queue: sizing, record format and wrap-around, system-exclusive assembly and the
+// hold-back of short messages during a system-exclusive message. Room, overflow, flushing and
+// reopening, as a script sees them, are run by xtra_queue.ls.
 #include <vector>
 
 #include "TonvikTestPlatform.h"
@@ -7,13 +8,6 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-Bytes sysexOf(std::size_t size, std::uint8_t fill, bool ended = true) {
-  Bytes bytes(size, fill);
-  bytes.front() = 0xF0;
-  if (ended) bytes.back() = 0xF7;
-  return bytes;
-}
 
 class InputQueueTest : public TonvikFixture {
  protected:
@@ -69,48 +63,6 @@ TEST(InputQueueSizing, SizesReopeningAndAllocationFailure) {
   // A negative size from a script reads as 2^31 or more; the largest cannot carry its end marks.
   EXPECT_EQ(platform.AllocateInputQueue(0xFFFFFFFFu), kErrNotEnoughMemory);
   EXPECT_EQ(store.liveBlocks(), 0u);
-}
-
-TEST_F(InputQueueTest, StatusBytesThatAreNeverStoredRaiseNoFlag) {
-  for (std::uint8_t status : {0xF4, 0xF5, 0xF7, 0xF9, 0xFD, 0xF0, 0x40, 0x00}) {
-    platform_.receiveShort(status, 1, 2);
-  }
-  // Controller 122 means local control only with 0 or 127.
-  platform_.receiveShort(0xB0, 122, 64);
-  EXPECT_FALSE(platform_.MessagesPending());
-  EXPECT_FALSE(platform_.InputOverflowed());
-}
-
-TEST_F(InputQueueTest, AFullRingKeeps146NotesAndFlagsTheRestUntilReadFlushedOrReopened) {
-  for (int i = 0; i < 146; ++i) platform_.receiveShort(0x90, static_cast<std::uint8_t>(i), 1);
-  EXPECT_FALSE(platform_.InputOverflowed());
-  platform_.receiveShort(0x90, 99, 99);
-  EXPECT_TRUE(platform_.InputOverflowed());
-  EXPECT_FALSE(platform_.InputOverflowed());
-  // A message that the filters would drop still overflows a full ring.
-  ASSERT_EQ(systemFilter(sym("none")), kErrNone);
-  platform_.receiveShort(0xF8);
-  EXPECT_TRUE(platform_.InputOverflowed());
-  for (int i = 0; i < 146; ++i) {
-    ASSERT_EQ(next(), "[#type: #noteOn, #channel: 1, #number: " + std::to_string(i) +
-                          ", #velocity: 1, #timestamp: 0]");
-  }
-  EXPECT_EQ(next(), "[:]");
-
-  ASSERT_EQ(systemFilter(sym("all")), kErrNone);
-  for (int i = 0; i < 147; ++i) platform_.receiveShort(0xF8);
-  platform_.FlushInput();
-  EXPECT_FALSE(platform_.MessagesPending());
-  EXPECT_FALSE(platform_.InputOverflowed());
-  // Closed input hides what is queued; reopening empties it.
-  for (int i = 0; i < 300; ++i) platform_.receiveShort(0xF8);
-  ASSERT_EQ(platform_.CloseInput(), kErrNone);
-  EXPECT_TRUE(platform_.MessagesPending());
-  EXPECT_EQ(next(), "[:]");
-  EXPECT_EQ(pending(), "[]");
-  ASSERT_EQ(platform_.OpenInput(0, 0), kErrNone);
-  EXPECT_FALSE(platform_.MessagesPending());
-  EXPECT_FALSE(platform_.InputOverflowed());
 }
 
 TEST_F(InputQueueTest, RecordsWrapAroundTheEndOfTheRingAtEveryOffset) {
@@ -219,42 +171,6 @@ TEST_F(InputQueueTest, SysexAssemblyAndTheShortMessagesHeldMeanwhile) {
     EXPECT_EQ(platform_.InputOverflowed(), c.overflow) << c.name;
     EXPECT_EQ(pending(), c.pending) << c.name;
   }
-}
-
-TEST_F(InputQueueTest, SysexThatDoesNotFitIsDroppedWholeAndItsLaterChunksIgnored) {
-  // An empty ring has 1023 free bytes for the message and its four timestamp bytes.
-  platform_.receive(sysexOf(1019, 0x11));
-  EXPECT_FALSE(platform_.InputOverflowed());
-  EXPECT_EQ(TonvikBaseInspector::writeIndex(platform_), 1023u);
-  platform_.FlushInput();
-  for (std::size_t size : {1020, 5000}) {
-    platform_.receive(sysexOf(size, 0x11));
-    EXPECT_TRUE(platform_.InputOverflowed());
-    EXPECT_FALSE(platform_.MessagesPending());
-  }
-  platform_.receive(sysexOf(1000, 0x22, false));
-  platform_.receiveMore(Bytes(20, 0x22));
-  EXPECT_TRUE(platform_.InputOverflowed());
-  platform_.receiveMore({0x22, 0xF7});
-  EXPECT_FALSE(platform_.MessagesPending());
-  EXPECT_FALSE(platform_.InputOverflowed());
-  platform_.receiveShort(0xFC);
-  EXPECT_EQ(next(), "[#type: #stop, #timestamp: 0]");
-}
-
-TEST_F(InputQueueTest, HoldBufferKeeps64MessagesAndFlagsTheRest) {
-  platform_.receive({0xF0, 0x7D});
-  for (int i = 0; i < 66; ++i) {
-    platform_.time = i;
-    platform_.receiveShort(0xF8);
-  }
-  EXPECT_TRUE(platform_.InputOverflowed());
-  platform_.receiveMore({0xF7});
-  EXPECT_EQ(next(), "[#type: #systemExclusive, #manufacturerID: 125, #data: [], #timestamp: 0]");
-  for (int i = 0; i < 64; ++i) {
-    ASSERT_EQ(next(), "[#type: #clock, #timestamp: " + std::to_string(i) + "]");
-  }
-  EXPECT_FALSE(platform_.MessagesPending());
 }
 
 }  // namespace

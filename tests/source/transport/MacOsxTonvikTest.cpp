@@ -1,11 +1,10 @@
-// The instance over the virtual MIDI system: its timer, what destruction gives back, and large
-// system-exclusive messages out and in through the default loopback entity.
+// The instance over the virtual MIDI system: its timer and what destruction gives back. Large
+// system-exclusive messages out and in are run by xtra_sysex_large.ls.
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <limits>
 #include <thread>
-#include <vector>
 
 #include "TransportTestSupport.h"
 
@@ -52,57 +51,6 @@ TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientRefere
   EXPECT_EQ(midisystem::clientCount(), 1);
   second.reset();
   EXPECT_EQ(midisystem::clientCount(), 0);
-}
-
-class LargeSysexTest : public InstanceTest {
- protected:
-  static constexpr std::int32_t kManufacturer = 0x7D;
-
-  void SetUp() override {
-    InstanceTest::SetUp();
-    // With 0xF0, the manufacturer and 0xF7: 64 KB on the wire.
-    for (std::uint32_t i = 0; i < 65536 - 3; ++i) data.push_back(i * 7 % 128);
-    openLoopback(1 << 18);
-  }
-
-  void expectReceivedWhole() {
-    ASSERT_TRUE(midisystem::waitUntilDelivered());
-    LingoValue received = store.makePropertyList();
-    instance->GetNextMessage(&received);
-    ASSERT_EQ(store.count(received), 4);
-    LingoValue id = store.itemAt(received, 2);
-    LingoValue bytes = store.itemAt(received, 3);
-    EXPECT_EQ(store.integer(id), kManufacturer);
-    std::vector<std::int32_t> got;
-    for (std::int32_t i = 1; i <= store.count(bytes); ++i) {
-      LingoValue item = store.itemAt(bytes, i);
-      got.push_back(store.integer(item));
-      store.release(item);
-    }
-    EXPECT_TRUE(got == data) << "received " << got.size() << " bytes";
-    for (LingoValue* value : {&id, &bytes, &received}) store.release(*value);
-    EXPECT_FALSE(instance->MessagesPending());
-  }
-
-  std::vector<std::int32_t> data;
-};
-
-TEST_F(LargeSysexTest, GoesOutWhole) {
-  ASSERT_EQ(send(values.sysex(kManufacturer, data)), 0);
-  expectReceivedWhole();
-}
-
-TEST_F(LargeSysexTest, ComesInWholeFromPacketsOfOneKilobyte) {
-  constexpr std::size_t kPacket = 1024;
-  std::vector<std::uint8_t> wire{0xF0, kManufacturer};
-  wire.insert(wire.end(), data.begin(), data.end());
-  wire.push_back(0xF7);
-  std::vector<virtualmidi::Packet> packets;
-  for (std::size_t at = 0; at < wire.size(); at += kPacket) {
-    packets.emplace_back(wire.begin() + at, wire.begin() + std::min(at + kPacket, wire.size()));
-  }
-  ASSERT_TRUE(inject(packets));
-  expectReceivedWhole();
 }
 
 }  // namespace
