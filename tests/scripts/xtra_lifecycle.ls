@@ -18,6 +18,10 @@ put midi.OpenInput(1, 100)
 put midi.CloseInput()
 put midi.CloseInput()
 put midi.OpenOutput(2)
+-- Port numbers below 1 are invalid, the most negative too: turning it into an index once
+-- overflowed (found by fuzz_call_values).
+put midi.OpenOutput(0), midi.OpenInput(-1, 0)
+put midi.OpenOutput(-2147483647 - 1), midi.OpenInput(-2147483647 - 1, 0)
 put midi.OpenOutput(1)
 put midi.OpenOutput(1)
 put midi.CloseOutput()

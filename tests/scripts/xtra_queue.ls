@@ -88,5 +88,13 @@ virtualMidiSend("Virtual Bus", [[1, 247]])
 put midi.InputOverflowed()
 kept = midi.GetPendingMessages()
 put count(kept), kept[1].type, kept[1].data, kept[65].type
+
+-- A continuation without a start is ignored, an empty message dropped, and a new start abandons
+-- the unfinished message: what was held meanwhile follows the abandoned message and precedes
+-- the next, and survives a message abandoned for want of room.
+virtualMidiSend("Virtual Bus", [[1, 247], [240, 247], [240, 125, 1], [254], [240, 126, 2, 247]])
+put types(midi)
+virtualMidiSend("Virtual Bus", [[240, 125], [252], packets(1100, 1)])
+put midi.InputOverflowed(), types(midi)
 put hostLiveValues()
 midi = 0

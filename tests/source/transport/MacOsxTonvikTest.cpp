@@ -1,10 +1,8 @@
-// The instance over the virtual MIDI system: its timer and what destruction gives back. Large
-// system-exclusive messages out and in are run by xtra_sysex_large.ls.
-#include <algorithm>
-#include <chrono>
+// The instance over the virtual MIDI system: its clock's arithmetic and what destruction gives
+// back. Its timer on received messages, how its port cuts packets, and large system-exclusive
+// messages are run by xtra_packets.ls and xtra_sysex_large.ls.
 #include <cstdint>
 #include <limits>
-#include <thread>
 
 #include "TransportTestSupport.h"
 
@@ -19,22 +17,6 @@ TEST(MacOsxTonvikClock, ElapsedTimeTruncatesToMillisecondsAndWrapsPast31Bits) {
   EXPECT_EQ(MacOsxTonvik::elapsedMilliseconds(kMax * kNanosPerMilli), kMax);
   EXPECT_EQ(MacOsxTonvik::elapsedMilliseconds((kMax + 1ull) * kNanosPerMilli), -kMax - 1);
   EXPECT_EQ(MacOsxTonvik::elapsedMilliseconds(((1ull << 32) + 5) * kNanosPerMilli), 5);
-}
-
-TEST_F(MacOsxTonvikTest, ReceivedMessagesCarryTheInstanceTimer) {
-  openLoopback();
-  instance->ResetTimer();
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  const std::int32_t before = instance->GetTime();
-  ASSERT_TRUE(inject({{0x90, 60, 100}}));
-  const std::int32_t after = instance->GetTime();
-  LingoValue received = store.makePropertyList();
-  instance->GetNextMessage(&received);
-  LingoValue timestamp = store.itemAt(received, 5);
-  EXPECT_GE(store.integer(timestamp), std::max(before, 20));
-  EXPECT_LE(store.integer(timestamp), after);
-  store.release(timestamp);
-  store.release(received);
 }
 
 TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientReference) {
