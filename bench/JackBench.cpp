@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "JackRig.h"
+#include "JackServerRig.h"
 #include "MacOsxTonvik.h"
 #include "MidiSystemControl.h"
 #include "RoundTrip.h"
@@ -51,8 +52,9 @@ constexpr int kLatencySamples = 200;
 
 // The server and the clients of the run, made by the first benchmark and kept to the end.
 struct Rig {
-  Rig() : server(JACKD_PROGRAM, kRate, kPeriod) {
-    if (!server.ready()) {
+  // The server runs at kRate and kPeriod.
+  Rig() {
+    if (!server.start(true)) {
       problem = "jackd did not start";
     } else if (!midisystem::selectBackend("jack")) {
       problem = "the JACK backend cannot be chosen";
@@ -62,7 +64,7 @@ struct Rig {
       if (!loop->open() || !feeder->open()) problem = "cannot open the loop and feeder clients";
     }
   }
-  jackbench::PrivateServer server;  // first made, last gone
+  jackrig::JackServer server{JACKD_PROGRAM};  // first made, last gone
   std::unique_ptr<jackbench::LoopClient> loop;
   std::unique_ptr<jackbench::Feeder> feeder;
   const char* problem = nullptr;
@@ -179,9 +181,9 @@ void BM_Jack_LatencyTestAnchor(benchmark::State& state) {
   close(descriptor);
   std::string output;
   for (auto _ : state) {
-    jackbench::Child test({JACK_MIDI_LATENCY_TEST_PROGRAM, "-s", std::to_string(kLatencySamples),
-                           rig->loop->inName(), rig->loop->outName()},
-                          file);
+    jackrig::Child test({JACK_MIDI_LATENCY_TEST_PROGRAM, "-s", std::to_string(kLatencySamples),
+                         rig->loop->inName(), rig->loop->outName()},
+                        file);
     if (!test.wait(kLatencyTestPatienceSeconds)) {
       state.SkipWithError("jack_midi_latency_test did not finish");
       break;

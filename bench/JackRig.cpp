@@ -1,112 +1,15 @@
 #include "JackRig.h"
 
-#include <fcntl.h>
 #include <jack/midiport.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <thread>
 
 namespace jackbench {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-constexpr auto kPollStep = std::chrono::milliseconds(5);
-constexpr double kServerPatienceSeconds = 10.0;
-constexpr double kStopPatienceSeconds = 10.0;
 
 constexpr std::uint8_t kNoteOn = 0x90;
 constexpr std::uint8_t kDataMask = 0x7F;
 constexpr std::uint32_t kVelocities = 127;  // 1 to 127: never a note-off in disguise
 
-bool serverAnswers() {
-  jack_status_t status{};
-  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
-  if (probe == nullptr) return false;
-  jack_client_close(probe);
-  return true;
-}
-
 }  // namespace
-
-Child::Child(const std::vector<std::string>& arguments, const std::string& outputFile) {
-  std::vector<char*> argv;
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  const int out = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  pid_ = fork();
-  if (pid_ == 0) {
-    // A server left behind would keep its files in /dev/shm.
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    dup2(out, STDOUT_FILENO);
-    dup2(out, STDERR_FILENO);
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
-  close(out);
-}
-
-Child::~Child() {
-  stop();
-}
-
-bool Child::running() {
-  if (pid_ <= 0) return false;
-  int status = 0;
-  if (waitpid(pid_, &status, WNOHANG) == pid_) pid_ = -1;
-  return pid_ > 0;
-}
-
-bool Child::wait(double seconds) {
-  const auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
-  while (running()) {
-    if (Clock::now() > deadline) return false;
-    std::this_thread::sleep_for(kPollStep);
-  }
-  return true;
-}
-
-void Child::stop() {
-  if (pid_ <= 0) return;
-  kill(pid_, SIGTERM);
-  if (wait(kStopPatienceSeconds)) return;
-  kill(pid_, SIGKILL);  // only if SIGTERM was ignored
-  int status = 0;
-  waitpid(pid_, &status, 0);
-  pid_ = -1;
-}
-
-PrivateServer::PrivateServer(const std::string& jackd, std::uint32_t rate, std::uint32_t period)
-    : name_("tonvik-bench-" + std::to_string(getpid())),
-      child_(
-          [&] {
-            setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
-            setenv("JACK_NO_START_SERVER", "1", 1);
-            // Plain scheduling (the first -r): containers refuse real-time priorities.
-            return std::vector<std::string>{jackd, "-r",
-                                            "-n",  name_,
-                                            "-d",  "dummy",
-                                            "-r",  std::to_string(rate),
-                                            "-p",  std::to_string(period)};
-          }(),
-          "/dev/null") {
-  // The probes fail until the server is up; libjack would say so on every try, and later on
-  // every full buffer from the real-time thread.
-  jack_set_error_function([](const char*) {});
-  jack_set_info_function([](const char*) {});
-  const auto deadline = Clock::now() + std::chrono::duration<double>(kServerPatienceSeconds);
-  while (child_.running() && Clock::now() < deadline) {
-    if (serverAnswers()) {
-      ready_ = true;
-      return;
-    }
-    std::this_thread::sleep_for(kPollStep);
-  }
-}
 
 MidiClient::MidiClient(const std::string& name, bool withInput) {
   jack_status_t status{};

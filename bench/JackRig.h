@@ -1,6 +1,5 @@
-// What the JACK benchmarks run beside the Xtra: a private jackd on the dummy driver, programs
-// started and stopped by PID, a loop client that sends back what it receives, and a feeder that
-// plays a steady dense stream.
+// What the JACK benchmarks run beside the Xtra (on a jackd of their own, see JackServerRig.h): a
+// loop client that sends back what it receives, and a feeder that plays a steady dense stream.
 #pragma once
 
 #include <jack/jack.h>
@@ -12,39 +11,6 @@
 #include <vector>
 
 namespace jackbench {
-
-// A program run as a child with its output in a file, stopped by SIGTERM to its PID (and by the
-// kernel should the benchmark die first).
-class Child {
- public:
-  Child(const std::vector<std::string>& arguments, const std::string& outputFile);
-  ~Child();
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  bool running();
-  // Waits for the program to end by itself; false if it is still running after `seconds`.
-  bool wait(double seconds);
-  void stop();
-
- private:
-  pid_t pid_ = -1;
-};
-
-// jackd -n NAME -d dummy -r RATE -p PERIOD, named after this process. The constructor sets
-// JACK_DEFAULT_SERVER to it and JACK_NO_START_SERVER, so every client of this process and of its
-// children finds this server and none starts another.
-class PrivateServer {
- public:
-  PrivateServer(const std::string& jackd, std::uint32_t rate, std::uint32_t period);
-  // False when the server did not answer within a few seconds.
-  bool ready() const { return ready_; }
-  const std::string& name() const { return name_; }
-
- private:
-  std::string name_;
-  Child child_;
-  bool ready_ = false;
-};
 
 // A client with a MIDI input "in" and output "out", and the process callback that fills them.
 class MidiClient {

@@ -20,7 +20,7 @@ namespace {
 
 // Every test but the one that wants no server at all.
 void useServer(bool mustOwn = false) {
-  server().start(mustOwn);
+  ASSERT_TRUE(server().start(mustOwn)) << "no JACK server";
   ASSERT_TRUE(midisystem::selectBackend("jack"));
 }
 
@@ -351,7 +351,7 @@ TEST(JackServerLife, PortsGoWithTheServerAndComeBackWithTheNextOne) {
   MIDIPortRef port = 0;
   EXPECT_NE(MIDIOutputPortCreate(listener.client, nullptr, &port), noErr);
 
-  server().start(true);
+  ASSERT_TRUE(server().start(true));
   Peer peer("after");
   ASSERT_TRUE(eventually([&] { return sourceOf("after", "out") != 0; }));
   // Our ports were made again on the new server.

@@ -1,12 +1,7 @@
 #include "JackTestSupport.h"
 
-#include <fcntl.h>
 #include <jack/midiport.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 
@@ -17,7 +12,6 @@ namespace jacktest {
 namespace {
 
 constexpr auto kPollStep = std::chrono::milliseconds(5);
-constexpr int kExitWaitSteps = 2000;  // of kPollStep: ten seconds for a program to end
 
 std::string endpointName(MIDIEndpointRef endpoint) {
   CFStringRef name = nullptr;
@@ -53,105 +47,8 @@ bool eventually(const std::function<bool()>& condition) {
   return true;
 }
 
-Child::Child(const std::vector<std::string>& arguments, const std::string& outputFile) {
-  std::vector<char*> argv;
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  const int out = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  const int null = open("/dev/null", O_WRONLY);
-  pid_ = fork();
-  if (pid_ == 0) {
-    // A server left behind by a crashed test would hold its name for good.
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    dup2(out, STDOUT_FILENO);
-    dup2(null, STDERR_FILENO);
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
-  close(out);
-  close(null);
-  if (pid_ < 0) throw std::runtime_error("cannot start " + arguments[0]);
-}
-
-Child::~Child() {
-  stop();
-}
-
-bool Child::running() {
-  if (pid_ <= 0) return false;
-  int status = 0;
-  if (waitpid(pid_, &status, WNOHANG) == pid_) pid_ = -1;
-  return pid_ > 0;
-}
-
-void Child::stop() {
-  if (pid_ <= 0) return;
-  kill(pid_, SIGTERM);
-  int status = 0;
-  for (int step = 0; step < kExitWaitSteps; ++step) {
-    if (waitpid(pid_, &status, WNOHANG) == pid_) {
-      pid_ = -1;
-      return;
-    }
-    std::this_thread::sleep_for(kPollStep);
-  }
-  kill(pid_, SIGKILL);  // only if SIGTERM was ignored
-  waitpid(pid_, &status, 0);
-  pid_ = -1;
-}
-
-namespace {
-constexpr int kServerNames = 4;
-}  // namespace
-
-bool serverAnswers() {
-  jack_status_t status{};
-  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
-  if (!probe) return false;
-  jack_client_close(probe);
-  return true;
-}
-
-void JackServer::start(bool mustOwn) {
-  setenv("JACK_NO_START_SERVER", "1", 1);
-  // The probes fail until a server is up; libjack would say so on every try.
-  jack_set_error_function([](const char*) {});
-  jack_set_info_function([](const char*) {});
-  if (!name_.empty()) {
-    // After a stop the same name comes back, so clients that kept it find the server again.
-    if (!startNamed(name_)) throw std::runtime_error("jackd did not start again as " + name_);
-    return;
-  }
-  const char* given = std::getenv("JACK_DEFAULT_SERVER");
-  if (!mustOwn && given && *given && serverAnswers()) return;
-  // A few fixed names rather than fresh ones: libjack's registry of servers (eight places) frees
-  // the place of a server that died unannounced only for a new server of the same name.
-  for (int i = 0; i < kServerNames; ++i) {
-    if (startNamed("tonvik-test-" + std::to_string(i))) return;
-  }
-  throw std::runtime_error("jackd did not start: every test server name is in use");
-}
-
-bool JackServer::startNamed(const std::string& name) {
-  setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
-  if (serverAnswers()) return false;  // another test has it
-  child_ = std::make_unique<Child>(std::vector<std::string>{JACKD_PROGRAM, "-r", "-n", name, "-d",
-                                                            "dummy", "-r", "48000", "-p", "256"});
-  eventually([&] { return !child_->running() || serverAnswers(); });
-  if (!child_->running()) {
-    child_.reset();
-    return false;
-  }
-  name_ = name;
-  return true;
-}
-
-void JackServer::stop() {
-  child_.reset();
-}
-
-JackServer& server() {
-  static JackServer server;
+jackrig::JackServer& server() {
+  static jackrig::JackServer server(JACKD_PROGRAM);
   return server;
 }
 

@@ -1,5 +1,5 @@
-// A private JACK server for the tests, peer programs started and stopped by PID, and a JACK
-// client of the test's own that records what reaches it and sends what it is given.
+// Endpoints by JACK client and port, and a JACK client of the test's own that records what reaches
+// it and sends what it is given.
 #pragma once
 
 #include <jack/jack.h>
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ByteRing.h"
+#include "JackServerRig.h"
 #include "MidiServices.h"
 
 namespace jacktest {
@@ -21,40 +22,9 @@ inline constexpr auto kPatience = std::chrono::seconds(10);
 
 bool eventually(const std::function<bool()>& condition);
 
-// A program run as a child, stopped by SIGTERM to its PID, and by the kernel should the test
-// die first. Its output goes to `outputFile`.
-class Child {
- public:
-  Child(const std::vector<std::string>& arguments, const std::string& outputFile = "/dev/null");
-  ~Child();
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  void stop();
-  // False once the program has ended.
-  bool running();
-
- private:
-  pid_t pid_ = -1;
-};
-
-// The JACK server of this test process: the one JACK_DEFAULT_SERVER names if it answers (CI
-// starts one per run), else a jackd of its own on the dummy driver, under the first of a few
-// fixed names that no server answers to. Each test runs in a process of its own, so a test may
-// also insist on a private server.
-class JackServer {
- public:
-  // Also forbids this process's clients to start a server of their own.
-  void start(bool mustOwn = false);
-  // Only a server of our own is stopped; it comes back under the same name with start().
-  void stop();
-
- private:
-  bool startNamed(const std::string& name);
-  std::string name_;
-  std::unique_ptr<Child> child_;
-};
-JackServer& server();
-bool serverAnswers();
+using jackrig::Child;
+// This test process's server, from JACK_DEFAULT_SERVER or of its own.
+jackrig::JackServer& server();
 
 // The endpoint of a port of another JACK client: its device is the client, and it is named after
 // the port. 0 when there is none.

@@ -1,0 +1,52 @@
+// Programs run beside the JACK tests and benchmarks: children started and stopped by PID, and a
+// jackd on the dummy driver.
+#pragma once
+
+#include <sys/types.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace jackrig {
+
+// A program run as a child with its standard output in `outputFile`, stopped by SIGTERM to its
+// PID, and by the kernel should this process die first.
+class Child {
+ public:
+  Child(const std::vector<std::string>& arguments, const std::string& outputFile = "/dev/null");
+  ~Child();
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  // False once the program has ended.
+  bool running();
+  // Waits for the program to end by itself; false if it still runs after `seconds`.
+  bool wait(double seconds);
+  void stop();
+
+ private:
+  pid_t pid_ = -1;
+};
+
+// True when a JACK server answers under the name JACK_DEFAULT_SERVER gives.
+bool serverAnswers();
+
+// The JACK server of this process: the one JACK_DEFAULT_SERVER names if it answers (CI starts
+// one per run), else `jackd -r -n NAME -d dummy -r 48000 -p 256` of its own. Also forbids this
+// process's clients to start a server of their own.
+class JackServer {
+ public:
+  explicit JackServer(std::string jackdProgram) : jackd_(std::move(jackdProgram)) {}
+  // `mustOwn`: always a server of our own, which may then be stopped. False if none answers.
+  bool start(bool mustOwn = false);
+  // Only a server of our own is stopped; start() brings it back under the same name.
+  void stop();
+
+ private:
+  bool startNamed(const std::string& name);
+  std::string jackd_;
+  std::string name_;
+  std::unique_ptr<Child> child_;
+};
+
+}  // namespace jackrig
