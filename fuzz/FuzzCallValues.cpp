@@ -22,26 +22,12 @@ constexpr int kDeepestList = 3;
 constexpr int kLongestList = 8;
 constexpr std::int32_t kSelectorsBeyondTable = 3;
 // Words the Xtra knows, so that symbols hit its tables as often as they miss them.
-const char* const kWords[] = {"noteOn",
-                              "noteOff",
-                              "controlChange",
-                              "pitchBend",
-                              "systemExclusive",
-                              "programChange",
-                              "mtcQuarterFrame",
-                              "songPositionPointer",
-                              "clock",
-                              "all",
-                              "realTime",
-                              "common",
-                              "channelMode",
-                              "type",
-                              "channel",
-                              "number",
-                              "velocity",
-                              "data",
-                              "none",
-                              "monoModeOn"};
+// clang-format off
+const char* const kWords[] = {
+    "noteOn", "noteOff", "controlChange", "pitchBend", "systemExclusive", "programChange",
+    "mtcQuarterFrame", "songPositionPointer", "clock", "all", "realTime", "common",
+    "channelMode", "type", "channel", "number", "velocity", "data", "none", "monoModeOn"};
+// clang-format on
 const std::int32_t kEdgeIntegers[] = {0,   1,    -1,    16,    17,    127,       128,
                                       255, 8191, -8192, 16383, 16384, INT32_MAX, INT32_MIN};
 

@@ -40,3 +40,9 @@ put listp(a), listp([:]), listp("a")
 self = [1]
 append(self, self)
 put self
+-- through a property list too; the same list twice side by side is no cycle
+p = [#back: 0]
+l = [1, p]
+p.back = l
+shared = []
+put l, [shared, shared]

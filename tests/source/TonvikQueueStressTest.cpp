@@ -18,8 +18,8 @@ struct Event {
   std::uint32_t timestamp;
 };
 
-// A deterministic stream of short messages and chunked system-exclusive messages with short
-// messages between the chunks, and what the script must receive for each sequence number.
+// A deterministic stream of note-ons and chunked system-exclusive messages with note-ons held
+// between the chunks, and what the script must receive for each sequence number.
 struct Stream {
   std::vector<Event> events;
   std::vector<std::string> expected;
@@ -29,56 +29,39 @@ Stream makeStream(std::uint32_t messages, std::uint32_t seed) {
   Stream stream;
   std::mt19937 random(seed);
   auto below = [&](std::uint32_t n) { return static_cast<std::uint8_t>(random() % n); };
-  auto stamp = [](std::uint32_t seq) { return ", #timestamp: " + std::to_string(seq) + "]"; };
+  auto text = [](auto number) { return std::to_string(number); };
+  auto stamp = [&](std::uint32_t seq) { return ", #timestamp: " + text(seq) + "]"; };
   std::uint32_t seq = 0;
 
-  auto addShort = [&]() {
-    const std::uint8_t channel = below(16), a = below(128), b = below(128) | 1;
-    const std::string voice =
-        ", #channel: " + std::to_string(channel + 1) + ", #number: " + std::to_string(a);
-    std::string text;
-    std::vector<std::uint8_t> bytes;
-    switch (below(3)) {
-      case 0:
-        bytes = {static_cast<std::uint8_t>(0x90 | channel), a, b};
-        text = "noteOn" + voice + ", #velocity: " + std::to_string(b);
-        break;
-      case 1:
-        bytes = {static_cast<std::uint8_t>(0xC0 | channel), a, 0};
-        text = "programChange" + voice;
-        break;
-      default:
-        bytes = {0xF8, 0, 0};
-        text = "clock";
-        break;
-    }
-    stream.events.push_back({Event::Short, bytes, seq});
-    stream.expected.push_back("[#type: #" + text + stamp(seq++));
+  auto addNote = [&]() {
+    const std::uint8_t channel = below(16), number = below(128), velocity = below(128) | 1;
+    stream.events.push_back(
+        {Event::Short, {static_cast<std::uint8_t>(0x90 | channel), number, velocity}, seq});
+    stream.expected.push_back("[#type: #noteOn, #channel: " + text(channel + 1) + ", #number: " +
+                              text(number) + ", #velocity: " + text(velocity) + stamp(seq++));
   };
 
   auto addSysex = [&]() {
     const std::uint32_t sysexSeq = seq++;
-    stream.expected.emplace_back();
     const std::uint8_t id = below(128);
     std::vector<std::uint8_t> bytes{0xF0, id};
     std::string data;
     for (int i = 0, length = 1 + below(200); i < length; ++i) {
       bytes.push_back(below(128));
-      data += (i == 0 ? "" : ", ") + std::to_string(bytes.back());
+      data += (i == 0 ? "" : ", ") + text(bytes.back());
     }
     bytes.push_back(0xF7);
-    stream.expected[sysexSeq] = "[#type: #systemExclusive, #manufacturerID: " + std::to_string(id) +
-                                ", #data: [" + data + "]" + stamp(sysexSeq);
-    const int chunks = 1 + below(4);
-    for (std::size_t begin = 0, chunk = 0; begin < bytes.size(); ++chunk) {
+    stream.expected.push_back("[#type: #systemExclusive, #manufacturerID: " + text(id) +
+                              ", #data: [" + data + "]" + stamp(sysexSeq));
+    for (std::size_t begin = 0; begin < bytes.size();) {
       std::size_t end = begin + 1 + below(80);
-      if (chunk == chunks - 1u || end >= bytes.size() - 1) end = bytes.size();
-      stream.events.push_back({chunk == 0 ? Event::SysexStart : Event::SysexContinuation,
+      if (end >= bytes.size() - 1) end = bytes.size();
+      stream.events.push_back({begin == 0 ? Event::SysexStart : Event::SysexContinuation,
                                {bytes.begin() + begin, bytes.begin() + end},
                                sysexSeq});
       begin = end;
       if (end < bytes.size()) {
-        for (int held = below(4); held > 0; --held) addShort();
+        for (int held = below(4); held > 0; --held) addNote();
       }
     }
   };
@@ -87,7 +70,7 @@ Stream makeStream(std::uint32_t messages, std::uint32_t seed) {
     if (below(10) == 0) {
       addSysex();
     } else {
-      addShort();
+      addNote();
     }
   }
   return stream;

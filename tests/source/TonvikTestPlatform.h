@@ -24,11 +24,7 @@ class TonvikFixture : public ::testing::Test {
   // Argument values for calls; released before the final census.
   LingoValue sym(const char* name) { return values_.sym(name); }
   LingoValue num(std::int32_t number) { return values_.num(number); }
-  LingoValue str(const char* text) { return values_.str(text); }
   LingoValue list(std::initializer_list<LingoValue> items) { return values_.list(items); }
-  LingoValue props(std::initializer_list<std::pair<const char*, LingoValue>> properties) {
-    return values_.props(properties);
-  }
 
   // GetNextMessage and GetPendingMessages as the dispatcher calls them, printed.
   std::string next() {

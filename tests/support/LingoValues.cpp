@@ -12,13 +12,6 @@ LingoValue LingoValues::list(const std::vector<std::int32_t>& numbers) {
   return made;
 }
 
-LingoValue LingoValues::props(
-    std::initializer_list<std::pair<const char*, LingoValue>> properties) {
-  LingoValue made = keep(store_.makePropertyList());
-  for (const auto& [key, value] : properties) store_.appendProperty(made, sym(key), value);
-  return made;
-}
-
 LingoValue LingoValues::message(const char* type, const std::vector<std::int32_t>& numbers) {
   LingoValue made = list({sym(type)});
   for (std::int32_t number : numbers) store_.append(made, num(number));

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "ValueStore.h"
@@ -19,10 +18,8 @@ class LingoValues {
 
   LingoValue sym(const char* name) { return keep(store_.makeSymbol(name)); }
   LingoValue num(std::int32_t number) { return keep(store_.makeInteger(number)); }
-  LingoValue str(const char* text) { return keep(store_.makeString(text)); }
   LingoValue list(std::initializer_list<LingoValue> items);
   LingoValue list(const std::vector<std::int32_t>& numbers);
-  LingoValue props(std::initializer_list<std::pair<const char*, LingoValue>> properties);
   // [#type, numbers...]: SendMessage reads a message by position.
   LingoValue message(const char* type, const std::vector<std::int32_t>& numbers = {});
   LingoValue sysex(std::int32_t manufacturer, const std::vector<std::int32_t>& data);

@@ -16,11 +16,6 @@ class RecordingPlatform final : public TonvikBase {
     std::int32_t length;
     bool operator==(const ShortSend&) const = default;
   };
-  struct SysexSend {
-    std::uint8_t manufacturerId;
-    std::vector<std::uint8_t> data;
-    bool operator==(const SysexSend&) const = default;
-  };
 
   explicit RecordingPlatform(director::ValueStore& store)
       : TonvikBase(store.valueInterface(), store.listInterface(), store.allocator()) {}
@@ -57,17 +52,8 @@ class RecordingPlatform final : public TonvikBase {
     shortSends.push_back({status, data1, data2, length});
     return kErrNone;
   }
-  std::int32_t SendSysex(std::uint8_t manufacturerId, const LingoValue* data,
-                         std::uint32_t count) override {
-    SysexSend send{manufacturerId, {}};
-    for (std::uint32_t i = 1; i <= count; ++i) {
-      std::uint8_t byte = 0;
-      const std::int32_t result =
-          GetIntegerProperty(data, static_cast<std::int32_t>(i), 0, 127, &byte);
-      if (result != kErrNone) return result;
-      send.data.push_back(byte);
-    }
-    sysexSends.push_back(send);
+  // System-exclusive sends go through the transport; scripts show them end to end.
+  std::int32_t SendSysex(std::uint8_t, const LingoValue*, std::uint32_t) override {
     return kErrNone;
   }
 
@@ -86,10 +72,7 @@ class RecordingPlatform final : public TonvikBase {
   void receiveShort(std::uint8_t status, std::uint8_t data1 = 0, std::uint8_t data2 = 0) {
     ReceiveShortMessage(status, data1, data2, static_cast<std::uint32_t>(time));
   }
-  void setInputOpen(bool open) { inputOpen_ = open; }
-  void setOutputOpen(bool open) { outputOpen_ = open; }
 
   std::int32_t time = 0;
   std::vector<ShortSend> shortSends;
-  std::vector<SysexSend> sysexSends;
 };

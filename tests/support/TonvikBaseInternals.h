@@ -21,5 +21,4 @@ class TonvikBaseInspector {
   static const std::uint8_t* ring(const TonvikBase& base) { return base.inputQueue_; }
   static std::uint32_t writeIndex(const TonvikBase& base) { return base.inputWriteIndex_.load(); }
   static std::uint32_t readIndex(const TonvikBase& base) { return base.inputReadIndex_.load(); }
-  static LingoSymbol noteOnSymbol(const TonvikBase& base) { return base.noteOnSymbol_; }
 };

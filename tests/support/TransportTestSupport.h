@@ -71,12 +71,6 @@ class InstanceTest : public TransportTest {
     values.releaseAll();
     return code;
   }
-  // The next received message as the message window prints it, without its timestamp.
-  std::string next() {
-    LingoValue received = store.makePropertyList();
-    instance->GetNextMessage(&received);
-    return withoutTimestamp(printAndRelease(store, received));
-  }
 
   director::ValueStore store;
   LingoValues values{store};
