@@ -39,3 +39,9 @@ put [1,
 put 1 + \
  2
 put [#k: 1].k
+
+-- A script's own handler comes before a host function of the same name.
+on hostLiveValues
+  return "the script's"
+end
+put hostLiveValues()

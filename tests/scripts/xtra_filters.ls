@@ -1,4 +1,12 @@
 -- Input filters decide what enters the queue; bad arguments give their error codes.
+on types midi
+  list = []
+  repeat with message in midi.GetPendingMessages()
+    append(list, message.type)
+  end repeat
+  return list
+end
+
 on sendMix midi
   midi.SendMessage([#noteOn, 1, 60, 100])
   midi.SendMessage([#noteOn, 3, 60, 100])
@@ -9,11 +17,7 @@ on sendMix midi
   midi.SendMessage([#songSelect, 2])
   midi.SendMessage([#systemExclusive, 125, [1]])
   wait(20)
-  types = []
-  repeat with message in midi.GetPendingMessages()
-    append(types, message.type)
-  end repeat
-  put types
+  put types(midi)
 end
 
 midi = new(xtra "Tonvik")
@@ -56,5 +60,26 @@ repeat with types in badTypes
   put midi.SetSystemFilter(types), types
   sendMix(midi)
 end repeat
+midi.SetSystemFilter(#all)
+
+-- A filtered system-exclusive message claims no room, whatever its size; messages filtered
+-- during an admitted one are not held, so they cannot overflow the hold-back.
+midi.SetSystemFilter(#realTime)
+big = [240]
+repeat with i = 1 to 5000
+  append(big, 51)
+end repeat
+append(big, 247)
+virtualMidiSend("Virtual Bus", [[240, 125, 1], [2], [3, 247], big, [248]])
+put midi.InputOverflowed(), types(midi)
+midi.SetSystemFilter([#clock, #systemExclusive])
+sensing = [[240, 125]]
+repeat with i = 1 to 100
+  append(sensing, [254])
+end repeat
+append(sensing, [248])
+append(sensing, [1, 247])
+virtualMidiSend("Virtual Bus", sensing)
+put midi.InputOverflowed(), types(midi)
 put hostLiveValues()
 midi = 0

@@ -32,5 +32,19 @@ put midi.GetTime() < 1000
 put hostLiveValues()
 midi.OpenInput(1, 2048)
 midi.OpenOutput(1)
+-- An instance goes with its last reference, wherever that was held.
+other = midi
+holder = [midi]
 midi = 0
+other = VOID
+put hostLiveValues()
+holder = 0
+put hostLiveValues()
+
+on make
+  local = new(xtra "Tonvik")
+  return hostLiveValues()
+end
+put make(), hostLiveValues()
+put new(xtra "Tonvik")
 put hostLiveValues()

@@ -1,6 +1,6 @@
 // The input filters: every message kind passes or fails by exactly its own bit, and what the
-// host's failures make of a call. The argument forms, their error codes and what a bad argument
-// leaves behind are run by xtra_filters.ls.
+// host's failures make of a call. The argument forms, their error codes, what a bad argument
+// leaves behind, and filtered system-exclusive messages are run by xtra_filters.ls.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -81,31 +81,6 @@ TEST_F(FiltersTest, EveryKindPassesByExactlyItsBit) {
     EXPECT_TRUE(channelOpenToEverything(1)) << filter;
   }
   EXPECT_FALSE(platform_.InputOverflowed());
-}
-
-TEST_F(FiltersTest, FilteredSysexClaimsNoRoomAndFilteredMessagesAreNotHeldDuringOne) {
-  ASSERT_EQ(systemFilter(sym("realTime")), kErrNone);
-  platform_.receive({0xF0, 0x7D, 0x01});
-  platform_.receiveMore({0x02});
-  platform_.receiveMore({0xF7});
-  std::vector<std::uint8_t> larger(5000, 0x33);
-  larger.front() = 0xF0;
-  larger.back() = 0xF7;
-  platform_.receive(larger);
-  platform_.receiveShort(0xF8);
-  EXPECT_FALSE(platform_.InputOverflowed());
-  EXPECT_EQ(pending(), "[[#type: #clock, #timestamp: 0]]");
-
-  // More filtered messages than the hold buffer takes, during an admitted sysex.
-  ASSERT_EQ(systemFilter(list({sym("clock"), sym("systemExclusive")})), kErrNone);
-  platform_.receive({0xF0, 0x7D});
-  for (int i = 0; i < 100; ++i) platform_.receiveShort(0xFE);
-  platform_.receiveShort(0xF8);
-  platform_.receiveMore({0xF7});
-  EXPECT_FALSE(platform_.InputOverflowed());
-  EXPECT_EQ(pending(),
-            "[[#type: #systemExclusive, #manufacturerID: 125, #data: [], #timestamp: 0], "
-            "[#type: #clock, #timestamp: 0]]");
 }
 
 TEST_F(FiltersTest, FailingHostReadsGiveTheirCodes) {
