@@ -12,17 +12,12 @@
 
 namespace {
 
+// clang-format off
 enum Operation : std::uint8_t {
-  kShort,
-  kSysexStart,
-  kSysexContinuation,
-  kReadOne,
-  kReadAll,
-  kFlush,
-  kOverflowed,
-  kReopen,
+  kShort, kSysexStart, kSysexContinuation, kReadOne, kReadAll, kFlush, kOverflowed, kReopen,
   kOperationCount
 };
+// clang-format on
 
 constexpr std::uint32_t kSmallQueue = 1024;
 constexpr std::uint8_t kDataMask = 0x7F;
