@@ -6,9 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "LingoValues.h"
@@ -18,7 +16,7 @@
 #include "ValueStore.h"
 #include "VirtualMidi.h"
 
-class TransportTest : public ::testing::Test {
+class InstanceTest : public ::testing::Test {
  protected:
   void SetUp() override {
     midisystem::clearFailures();
@@ -27,21 +25,6 @@ class TransportTest : public ::testing::Test {
     virtualmidi::replaceSetup(virtualmidi::defaultSetup());
     midisystem::runRunLoop(0);
     fwReleaseMidiClient(client);
-  }
-  void TearDown() override {
-    midisystem::clearFailures();
-    EXPECT_TRUE(midisystem::waitUntilDelivered());
-    EXPECT_EQ(midisystem::clientCount(), 0) << "a client reference was not given back";
-  }
-  static bool inject(const std::vector<virtualmidi::Packet>& packets) {
-    return virtualmidi::injectByName(virtualmidi::kDefaultDeviceName, packets);
-  }
-};
-
-class InstanceTest : public TransportTest {
- protected:
-  void SetUp() override {
-    TransportTest::SetUp();
     instance = makeInstance();
     symbolValues_ = store.liveValues();
   }
@@ -50,7 +33,12 @@ class InstanceTest : public TransportTest {
     instance.reset();
     EXPECT_EQ(store.liveValues(), 0u);
     EXPECT_EQ(store.liveBlocks(), 0u);
-    TransportTest::TearDown();
+    midisystem::clearFailures();
+    EXPECT_TRUE(midisystem::waitUntilDelivered());
+    EXPECT_EQ(midisystem::clientCount(), 0) << "a client reference was not given back";
+  }
+  static bool inject(const std::vector<virtualmidi::Packet>& packets) {
+    return virtualmidi::injectByName(virtualmidi::kDefaultDeviceName, packets);
   }
 
   std::unique_ptr<MacOsxTonvik> makeInstance() {
