@@ -22,3 +22,6 @@ put [1, [2, "a"], [#k: [:]]]
 put ["a": 1, 3: #x]
 put 1, "two", #three, [4]
 put 3000000000
+-- values a script rarely makes, as put shows them and as text
+put 1e20, 1e400, -1e400, 1e400 - 1e400
+put "" & 1e20 & " " & 1e400 & " " & (1e400 - 1e400) & " [" & VOID & "] " & xtra "Tonvik"

@@ -62,6 +62,18 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"put 1\n\nput (1\n+ 2\nput 3", "Expected \")\", found \"put\" on line 5", 3,
                   false}));
 
+// The lexer's errors reach the message window the same way.
+INSTANTIATE_TEST_SUITE_P(
+    Lexical, ParserErrors,
+    testing::Values(ErrorCase{"x\ny = \"open\nz", "String without its closing quote", 2, false},
+                    ErrorCase{"a @ b", "Unexpected character \"@\"", 1, false},
+                    ErrorCase{"a\n\xE2\x82\xAC", "Unexpected character 0xE2", 2, false},
+                    ErrorCase{"# a", "Symbol without a name after #", 1, false},
+                    ErrorCase{"12ab", "Malformed number", 1, false},
+                    ErrorCase{"put 1 \\ 2", "Text after a line continuation", 1, false},
+                    ErrorCase{"put 1 + \\", "Line continuation at the end of the script", 1,
+                              true}));
+
 TEST(Parser, RefusesNestingThatWouldExhaustTheStack) {
   std::string deep = "put " + std::string(10000, '(') + "1" + std::string(10000, ')');
   try {
