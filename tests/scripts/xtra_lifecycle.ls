@@ -13,6 +13,8 @@ put midi.Init()
 put GetInputPorts(midi)
 put midi.OpenInput(0, 100)
 put midi.OpenInput(2, 100)
+-- A negative queue size reads as 2 GB or more, which the host cannot give.
+put midi.OpenInput(1, -1)
 put midi.OpenInput(1, 100)
 put midi.OpenInput(1, 100)
 put midi.CloseInput()

@@ -1,5 +1,5 @@
-// The befriended name: lets unit tests and fuzz targets see what a script cannot, the ring's
-// indices, the filter tables and the symbol counter.
+// The befriended name: lets unit tests and fuzz targets see what a script cannot, the ring and
+// its indices, and the symbol counter.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,6 @@ class TonvikBaseInspector {
  public:
   static std::int32_t acquiredSymbolValueCount(const TonvikBase& base) {
     return base.acquiredSymbolValueCount_;
-  }
-  static std::uint8_t statusFilter(const TonvikBase& base, int byte) {
-    return base.statusFilter_[byte].load();
-  }
-  static std::uint8_t modeFilter(const TonvikBase& base, int byte) {
-    return base.modeFilter_[byte].load();
   }
   static std::uint32_t size(const TonvikBase& base) { return base.inputQueueSize_; }
   static const std::uint8_t* ring(const TonvikBase& base) { return base.inputQueue_; }
