@@ -24,42 +24,29 @@ TEST_F(InterpreterTest, RecoversFromRunawayRecursion) {
   EXPECT_EQ(run("put down(400)"), "-- 0\n");
 }
 
-struct ErrorCase {
-  std::string script;
-  std::string message;
-};
-
-class Errors : public InterpreterTest, public testing::WithParamInterface<ErrorCase> {};
-
-TEST_P(Errors, StopWithAClearMessage) {
-  EXPECT_EQ(std::string(errorOf(GetParam().script).what()), GetParam().message);
+TEST_F(InterpreterTest, RuntimeErrorsStopWithAClearMessage) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"on f\n  return z\nend\nz = 1\nput f()", "Variable used before assigned a value: z"},
+      {"put [] + 1", "Cannot compute a list + integer 1"},
+      {"put -\"x\"", "Cannot negate string \"x\""},
+      {"if \"yes\" then put 1", "Expected TRUE or FALSE, got string \"yes\""},
+      {"put [1][#a]", "Expected an integer, got symbol #a"},
+      {"put 5[1]", "Expected a list, got integer 5"},
+      {"x = 5\nx.a = 1", "Cannot set property a of integer 5"},
+      {"put count(1)", "count: expected a list, got integer 1"},
+      {"put ilk()", "ilk expects 1 or 2 arguments, got 0"},
+      {"add([:], 1)", "add: expected a linear list, got a property list"},
+      {"setAt([], 100000000, 1)", "setAt: index 100000000 is too large"},
+      {"setProp([#a: 1], #b, 2)", "setProp: property not found: #b"},
+      {"put integer(1e20)", "integer: 100000000000000000000.0000 is out of the integer range"},
+      {"repeat with i = 1 to \"x\"\nend repeat",
+       "repeat with: expected an integer bound, got string \"x\""},
+      {"repeat with i in 5\nend repeat", "repeat with in: expected a list, got integer 5"},
+      {"put new(5)", "new: expected an Xtra such as xtra \"Name\", got integer 5"},
+      {"wait(\"soon\")", "wait: expected a number of milliseconds, got string \"soon\""},
+  };
+  for (const auto& [script, message] : cases) EXPECT_STREQ(errorOf(script).what(), message);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, Errors,
-    testing::Values(
-        ErrorCase{"on f\n  return z\nend\nz = 1\nput f()",
-                  "Variable used before assigned a value: z"},
-        ErrorCase{"put [] + 1", "Cannot compute a list + integer 1"},
-        ErrorCase{"put -\"x\"", "Cannot negate string \"x\""},
-        ErrorCase{"if \"yes\" then put 1", "Expected TRUE or FALSE, got string \"yes\""},
-        ErrorCase{"put [1][#a]", "Expected an integer, got symbol #a"},
-        ErrorCase{"put 5[1]", "Expected a list, got integer 5"},
-        ErrorCase{"x = 5\nx.a = 1", "Cannot set property a of integer 5"},
-        ErrorCase{"put count(1)", "count: expected a list, got integer 1"},
-        ErrorCase{"put ilk()", "ilk expects 1 or 2 arguments, got 0"},
-        ErrorCase{"add([:], 1)", "add: expected a linear list, got a property list"},
-        ErrorCase{"setAt([], 100000000, 1)", "setAt: index 100000000 is too large"},
-        ErrorCase{"setProp([#a: 1], #b, 2)", "setProp: property not found: #b"},
-        ErrorCase{"put integer(1e20)",
-                  "integer: 100000000000000000000.0000 is out of the integer range"},
-        ErrorCase{"repeat with i = 1 to \"x\"\nend repeat",
-                  "repeat with: expected an integer bound, got string \"x\""},
-        ErrorCase{"repeat with i in 5\nend repeat",
-                  "repeat with in: expected a list, got integer 5"},
-        ErrorCase{"put new(5)", "new: expected an Xtra such as xtra \"Name\", got integer 5"},
-        ErrorCase{"wait(\"soon\")",
-                  "wait: expected a number of milliseconds, got string \"soon\""}));
 
 // A host function's script error, on its line, is run by error_host_function.ls; any other
 // exception from the host is reported as the function's error.

@@ -67,54 +67,44 @@ TEST_F(Dispatch, TheInstanceGoesBeforeTheHostInterfaces) {
   SetUp();
 }
 
-struct CreationFailure {
-  const char* label;
-  bool refuseValues;
-  bool refuseLists;
-  bool outOfMemory;
-  HostStatus expected;
-};
+// A refused host interface or no memory for the instance leaves the object without one, and
+// every later call does nothing.
+TEST(Creation, LeavesNoInstanceAndLaterCallsDoNothing) {
+  const struct {
+    bool refuseValues, refuseLists, outOfMemory;
+    HostStatus expected;
+  } cases[] = {{true, false, false, kHostErrInjected},
+               {false, true, false, kHostErrInjected},
+               {false, false, true, kHostErrOutOfMemory}};
+  for (const auto& c : cases) {
+    GlueHost host;
+    RefusingCallback refuseValues(host.store.callback(), kIID_HostValueInterface);
+    RefusingCallback refuseLists(host.store.callback(), kIID_HostListInterface);
+    HostCallback* callback = c.refuseValues  ? &refuseValues
+                             : c.refuseLists ? &refuseLists
+                                             : host.store.callback();
+    instanceLog().failNextCreation = c.outOfMemory;
+    HostStatus status = kHostOk;
+    director::HostObject* object = host.createObject(kScriptingClassId, &status, callback);
+    EXPECT_EQ(status, c.expected);
+    EXPECT_EQ(host.store.interfaceReferences(), 0);
+    EXPECT_EQ(reinterpret_cast<CMIDIXtraScript*>(object->header())->instance_, nullptr);
 
-class Creation : public testing::TestWithParam<CreationFailure> {};
-
-TEST_P(Creation, LeavesNoInstanceAndLaterCallsDoNothing) {
-  const CreationFailure& c = GetParam();
-  GlueHost host;
-  RefusingCallback refuseValues(host.store.callback(), kIID_HostValueInterface);
-  RefusingCallback refuseLists(host.store.callback(), kIID_HostListInterface);
-  HostCallback* callback = c.refuseValues  ? &refuseValues
-                           : c.refuseLists ? &refuseLists
-                                           : host.store.callback();
-  instanceLog().failNextCreation = c.outOfMemory;
-  HostStatus status = kHostOk;
-  director::HostObject* object = host.createObject(kScriptingClassId, &status, callback);
-  EXPECT_EQ(status, c.expected);
-  EXPECT_EQ(host.store.interfaceReferences(), 0);
-  EXPECT_EQ(reinterpret_cast<CMIDIXtraScript*>(object->header())->instance_, nullptr);
-
-  auto* script = host.record<IMoaMmXScript>(object, kIID_IMoaMmXScript);
-  LingoValue arguments[3] = {};
-  MoaMmCallInfo info{};
-  info.arguments = arguments;
-  info.resultValue.opaque = 7;
-  for (std::int32_t selector = kMethodNew; selector <= kMethodSendMessage; ++selector) {
-    info.methodSelector = selector;
-    EXPECT_EQ(script->Call(&info), kHostOk);
-    EXPECT_EQ(info.resultValue.opaque, 7u);
+    auto* script = host.record<IMoaMmXScript>(object, kIID_IMoaMmXScript);
+    LingoValue arguments[3] = {};
+    MoaMmCallInfo info{};
+    info.arguments = arguments;
+    info.resultValue.opaque = 7;
+    for (std::int32_t selector = kMethodNew; selector <= kMethodSendMessage; ++selector) {
+      info.methodSelector = selector;
+      EXPECT_EQ(script->Call(&info), kHostOk);
+      EXPECT_EQ(info.resultValue.opaque, 7u);
+    }
+    script->Release();
+    object->Release();
+    EXPECT_TRUE(instanceLog().calls.empty());
   }
-  script->Release();
-  object->Release();
-  EXPECT_TRUE(instanceLog().calls.empty());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Failures, Creation,
-    testing::Values(CreationFailure{"NoValueInterface", true, false, false, kHostErrInjected},
-                    CreationFailure{"NoListInterface", false, true, false, kHostErrInjected},
-                    CreationFailure{"NoMemory", false, false, true, kHostErrOutOfMemory}),
-    [](const testing::TestParamInfo<CreationFailure>& info) {
-      return std::string(info.param.label);
-    });
 
 }  // namespace
 }  // namespace gluetest
