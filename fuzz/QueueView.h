@@ -25,13 +25,13 @@ inline void expectMessage(director::ValueStore& store, const LingoValue& message
 
 // Reads one message and checks that the read index moved forward within the published bytes.
 inline void readOne(TonvikBase& instance, director::ValueStore& store) {
-  const std::uint32_t size = TonvikBaseInspector::size(instance);
-  const std::uint32_t read = TonvikBaseInspector::readIndex(instance);
-  const std::uint32_t write = TonvikBaseInspector::writeIndex(instance);
+  const std::uint32_t size = TonvikBaseInternals::size(instance);
+  const std::uint32_t read = TonvikBaseInternals::readIndex(instance);
+  const std::uint32_t write = TonvikBaseInternals::writeIndex(instance);
   const bool pending = instance.MessagesPending();
   LingoValue message = store.makePropertyList();
   instance.GetNextMessage(&message);
-  const std::uint32_t after = TonvikBaseInspector::readIndex(instance);
+  const std::uint32_t after = TonvikBaseInternals::readIndex(instance);
   if (size > 0) {
     expect(after < size, "the read index stays inside the ring");
     expect((after + size - read) % size <= (write + size - read) % size,

@@ -96,7 +96,8 @@ class TonvikBase {
   HostAllocator* allocator_;
 
  private:
-  friend class TonvikBaseInspector;  // lets the unit tests reach the counter and the assertions
+  friend class TonvikBaseInternals;  // lets tests and fuzz targets read the queue and the symbol
+                                     // count
 
   // How SendMessage reads and packs one message type.
   enum class SendLayout : std::uint8_t {

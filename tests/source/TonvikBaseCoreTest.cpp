@@ -30,10 +30,10 @@ TEST(TonvikBaseLifecycle, HoldsFortySymbolValuesUntilDestroyedEvenWhenTheHostFai
     }
     {
       RecordingPlatform platform(store);
-      EXPECT_EQ(TonvikBaseInspector::acquiredSymbolValueCount(platform), 40);
+      EXPECT_EQ(TonvikBaseInternals::acquiredSymbolValueCount(platform), 40);
       // Without a queue until input opens; what a new instance answers is run by
       // xtra_lifecycle.ls, and its open filters by xtra_filters.ls.
-      EXPECT_EQ(TonvikBaseInspector::ring(platform), nullptr);
+      EXPECT_EQ(TonvikBaseInternals::ring(platform), nullptr);
       ASSERT_EQ(platform.OpenInput(0, 5000), kErrNone);
       EXPECT_EQ(store.liveBlocks(), 1u);
       if (!failing) {

@@ -15,9 +15,9 @@ class InputQueueTest : public TonvikFixture {
   // Moves the ring's write position to offset with records of 5 and 6 bytes, read as they go.
   void moveWritePositionTo(std::uint32_t offset) {
     platform_.FlushInput();
-    const std::uint32_t size = TonvikBaseInspector::size(platform_);
+    const std::uint32_t size = TonvikBaseInternals::size(platform_);
     std::uint32_t remaining =
-        (offset + size - TonvikBaseInspector::writeIndex(platform_)) % size + size;
+        (offset + size - TonvikBaseInternals::writeIndex(platform_)) % size + size;
     for (std::uint32_t sixes = remaining % 5; sixes > 0; --sixes, remaining -= 6) {
       platform_.receiveShort(0xC0, 1);
     }
@@ -26,7 +26,7 @@ class InputQueueTest : public TonvikFixture {
       platform_.FlushInput();
     }
     platform_.FlushInput();
-    ASSERT_EQ(TonvikBaseInspector::writeIndex(platform_), offset);
+    ASSERT_EQ(TonvikBaseInternals::writeIndex(platform_), offset);
   }
 };
 
@@ -38,16 +38,16 @@ TEST(InputQueueSizing, SizesReopeningAndAllocationFailure) {
     director::ValueStore store;
     RecordingPlatform platform(store);
     EXPECT_EQ(platform.AllocateInputQueue(requested), kErrNone);
-    EXPECT_EQ(TonvikBaseInspector::size(platform), size) << requested;
+    EXPECT_EQ(TonvikBaseInternals::size(platform), size) << requested;
   }
   director::ValueStore store;
   RecordingPlatform platform(store);
   // The same size keeps the buffer but empties it; another size replaces it.
   ASSERT_EQ(platform.AllocateInputQueue(2000), kErrNone);
-  const std::uint8_t* buffer = TonvikBaseInspector::ring(platform);
+  const std::uint8_t* buffer = TonvikBaseInternals::ring(platform);
   for (int i = 0; i < 400; ++i) platform.receiveShort(0x90, 60, 100);
   ASSERT_EQ(platform.AllocateInputQueue(2000), kErrNone);
-  EXPECT_EQ(TonvikBaseInspector::ring(platform), buffer);
+  EXPECT_EQ(TonvikBaseInternals::ring(platform), buffer);
   EXPECT_FALSE(platform.MessagesPending());
   EXPECT_FALSE(platform.InputOverflowed());
   ASSERT_EQ(platform.AllocateInputQueue(3000), kErrNone);
@@ -56,7 +56,7 @@ TEST(InputQueueSizing, SizesReopeningAndAllocationFailure) {
   // Without a queue, receiving does nothing.
   store.failAllocations(1);
   EXPECT_EQ(platform.AllocateInputQueue(4096), kErrNotEnoughMemory);
-  EXPECT_EQ(TonvikBaseInspector::ring(platform), nullptr);
+  EXPECT_EQ(TonvikBaseInternals::ring(platform), nullptr);
   platform.receiveShort(0x90, 60, 100);
   platform.receive({0xF0, 0x7D, 0x01, 0xF7});
   EXPECT_FALSE(platform.MessagesPending());
@@ -65,7 +65,7 @@ TEST(InputQueueSizing, SizesReopeningAndAllocationFailure) {
 }
 
 TEST_F(InputQueueTest, RecordsWrapAroundTheEndOfTheRingAtEveryOffset) {
-  for (std::uint32_t offset = 0; offset < TonvikBaseInspector::size(platform_); ++offset) {
+  for (std::uint32_t offset = 0; offset < TonvikBaseInternals::size(platform_); ++offset) {
     moveWritePositionTo(offset);
     platform_.time = 0x7F00FF01;
     platform_.receiveShort(0xE3, 0x7F, 0x7F);

@@ -82,8 +82,8 @@ class QueueStressTest : public TonvikFixture {
   bool drained() const {
     // Far beyond any drain time, even under a sanitizer; only a broken queue waits this long.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (TonvikBaseInspector::readIndex(platform_) !=
-           TonvikBaseInspector::writeIndex(platform_)) {
+    while (TonvikBaseInternals::readIndex(platform_) !=
+           TonvikBaseInternals::writeIndex(platform_)) {
       if (std::chrono::steady_clock::now() > deadline) return false;
       std::this_thread::yield();
     }

@@ -6,7 +6,7 @@
 
 #include "TonvikBase.h"
 
-class TonvikBaseInspector {
+class TonvikBaseInternals {
  public:
   static std::int32_t acquiredSymbolValueCount(const TonvikBase& base) {
     return base.acquiredSymbolValueCount_;
