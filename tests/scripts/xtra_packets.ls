@@ -1,18 +1,14 @@
 -- How the input port cuts packets into messages, as a script receives them: at every status
 -- byte, with the length the bytes give; a packet that begins with 240 passes on whole as one
--- system-exclusive message, and one that begins with a data byte continues it. Every message of
--- one packet list carries the same timestamp, read from the instance's timer.
+-- system-exclusive message, and one that begins with a data byte continues it. Each message is
+-- stamped when it reaches the instance, so the stamps are set to 0 before printing.
 on receive midi, packets
   virtualMidiSend("Virtual Bus", packets)
   messages = midi.GetPendingMessages()
-  sameTime = TRUE
-  repeat with message in messages
-    if message.timestamp <> messages[1].timestamp then sameTime = FALSE
-  end repeat
   repeat with message in messages
     setAt(message, count(message), 0)
   end repeat
-  put sameTime, messages
+  put messages
 end
 
 midi = new(xtra "Tonvik")
