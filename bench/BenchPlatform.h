@@ -2,6 +2,8 @@
 // within reach, and sends that read every byte the way the real platform does but go nowhere.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -76,6 +78,23 @@ inline void receiveDump(BenchPlatform& platform, const std::vector<std::uint8_t>
   platform.ReceiveSysexStart(dump.data(), chunk < total ? chunk : total, timestamp);
   for (std::uint32_t at = chunk; at < total; at += chunk) {
     platform.ReceiveSysexContinuation(dump.data() + at, chunk < total - at ? chunk : total - at);
+  }
+}
+
+// Times GetPendingMessages alone: each iteration refills the ring with `refill()` and releases the
+// list afterwards, both off the clock.
+template <typename Refill>
+void timePendingDrains(benchmark::State& state, director::ValueStore& store,
+                       BenchPlatform& platform, Refill refill) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    refill();
+    LingoValue messages = store.makeLinearList();
+    state.ResumeTiming();
+    platform.GetPendingMessages(&messages);
+    state.PauseTiming();
+    store.release(messages);
+    state.ResumeTiming();
   }
 }
 

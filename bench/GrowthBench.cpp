@@ -38,16 +38,7 @@ void BM_Growth_Drain(benchmark::State& state) {
   bench::BenchPlatform platform(store);
   platform.OpenInput(0, static_cast<std::int32_t>(state.range(0)));
   std::uint32_t time = 0;
-  for (auto _ : state) {
-    state.PauseTiming();
-    receiveBatch(platform, time);
-    LingoValue messages = store.makeLinearList();
-    state.ResumeTiming();
-    platform.GetPendingMessages(&messages);
-    state.PauseTiming();
-    store.release(messages);
-    state.ResumeTiming();
-  }
+  bench::timePendingDrains(state, store, platform, [&] { receiveBatch(platform, time); });
   if (platform.InputOverflowed()) state.SkipWithError("the ring overflowed");
   state.SetItemsProcessed(state.iterations() * kBatch);
 }

@@ -55,16 +55,7 @@ void getPendingMessages(benchmark::State& state, void (*fill)(bench::BenchPlatfo
   director::ValueStore store;
   bench::BenchPlatform platform(store);
   platform.OpenInput(0, kRingBytes);
-  for (auto _ : state) {
-    state.PauseTiming();
-    fill(platform, count);
-    LingoValue messages = store.makeLinearList();
-    state.ResumeTiming();
-    platform.GetPendingMessages(&messages);
-    state.PauseTiming();
-    store.release(messages);
-    state.ResumeTiming();
-  }
+  bench::timePendingDrains(state, store, platform, [&] { fill(platform, count); });
   state.SetItemsProcessed(state.iterations() * count);
 }
 
