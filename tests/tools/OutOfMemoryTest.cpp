@@ -3,35 +3,15 @@
 // request instead. The tool itself meets a real address-space limit in CrashingScriptsTest.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <sstream>
 #include <string>
 
 #include "Container.h"
 #include "Interpreter.h"
+#include "ReplacedNew.h"
 #include "ScriptError.h"
 
-namespace {
-
-// 0: nothing fails; else every allocation of at least this many bytes fails (1: all of them).
-std::size_t failFrom = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (failFrom != 0 && size >= failFrom) throw std::bad_alloc();
-  if (void* block = std::malloc(size == 0 ? 1 : size)) return block;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
+using replacednew::failFrom;
 
 namespace tonvik {
 namespace {

@@ -61,6 +61,7 @@ template <typename Body>
 void Interpreter::guarded(Body&& body) {
   halted_ = false;
   steps_ = 0;
+  deadline_ = std::chrono::steady_clock::now() + timeLimit_;
   try {
     body();
   } catch (const HaltSignal&) {
@@ -106,6 +107,10 @@ Value Interpreter::call(std::string_view name, std::vector<Value> args) {
 void Interpreter::countStep() {
   if (stepLimit_ != 0 && ++steps_ > stepLimit_) {
     throw ScriptError("The script ran past its limit of " + std::to_string(stepLimit_) + " steps");
+  }
+  if (timeLimit_.count() != 0 && std::chrono::steady_clock::now() > deadline_) {
+    throw ScriptError("The script ran past its limit of " + std::to_string(timeLimit_.count()) +
+                      " ms");
   }
 }
 

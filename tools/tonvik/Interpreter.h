@@ -62,9 +62,11 @@ class Interpreter {
   // Whether the last run or call ended with `halt`.
   bool halted() const { return halted_; }
 
-  // At most this many statements and expressions per run or call (0, the default, for no
-  // limit); past it the script stops with a script error. The fuzzer uses it to end loops.
+  // Past these a run or call stops with a script error: the statements and expressions it
+  // evaluates, and the time it takes (0, the default, for no limit). The fuzzer uses them to end
+  // loops; a step that copies or searches a long list counts as one, hence the time too.
   void setStepLimit(std::uint64_t steps) { stepLimit_ = steps; }
+  void setTimeLimit(std::chrono::milliseconds time) { timeLimit_ = time; }
 
   // A global variable's value, VOID if it has none.
   Value global(std::string_view name) const;
@@ -150,6 +152,8 @@ class Interpreter {
   int instancesCreated_ = 0;
   std::uint64_t stepLimit_ = 0;
   std::uint64_t steps_ = 0;
+  std::chrono::milliseconds timeLimit_{0};
+  std::chrono::steady_clock::time_point deadline_;
   bool halted_ = false;
   std::chrono::steady_clock::time_point start_;
 };

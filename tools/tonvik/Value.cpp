@@ -4,7 +4,9 @@
 
 namespace tonvik {
 
+LinearList::LinearList() : Container(Kind::List) {}
 LinearList::~LinearList() = default;
+PropertyList::PropertyList() : Container(Kind::PropList) {}
 PropertyList::~PropertyList() = default;
 
 void LinearList::clearValues() {

@@ -22,7 +22,8 @@ class Value;
 enum class ValueKind { Void, Integer, Float, String, Symbol, List, PropList, Xtra, Instance };
 
 struct LinearList final : Container {
-  LinearList() : Container(Kind::List) {}
+  // Out of line, where Value is complete.
+  LinearList();
   ~LinearList() override;
   void clearValues() override;
 
@@ -32,7 +33,7 @@ struct LinearList final : Container {
 struct Property;
 
 struct PropertyList final : Container {
-  PropertyList() : Container(Kind::PropList) {}
+  PropertyList();
   ~PropertyList() override;
   void clearValues() override;
 
