@@ -28,11 +28,6 @@ constexpr bool kThreadSanitized = true;
 #else
 constexpr bool kThreadSanitized = false;
 #endif
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kAddressSanitized = true;
-#else
-constexpr bool kAddressSanitized = false;
-#endif
 
 // What a row needs from the machine beyond the tool.
 enum class Needs {
@@ -77,13 +72,13 @@ std::string error(int line, const std::string& message) {
 const std::string kNestList60000 = "l = []\nrepeat with i = 1 to 60000\n  l = [l]\nend repeat\n";
 
 // 500 calls, each with expressions nested as deep as the parser allows, fit the tool's stack,
-// except under AddressSanitizer, whose script stack is smaller (ScriptThread.h).
+// except under the sanitizers, whose script stacks are smaller (ScriptThread.h).
 Row deepestRecursion() {
   Row row{"RecursionAtTheCallLimitNestedAtTheParserLimit",
           "on f n\n  if n = 0 then return 0\n  return " + repeated("[", 95) + "f(n - 1)" +
               repeated("]", 95) + "\nend\nput count(f(499))\n",
           0, "-- 1\n", ""};
-  if (kAddressSanitized) {
+  if (kSanitized) {
     row.status = 1;
     row.out = "";
     row.errPattern =

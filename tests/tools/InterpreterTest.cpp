@@ -131,12 +131,12 @@ TEST_F(InterpreterTest, CallsAHandlerFromTheHost) {
 TEST(InterpreterStack, StopsBeforeASmallStackOverflows) {
   std::string message;
   std::ostringstream out;
-  runWithStack(std::size_t{512} << 10, [&] {
+  runWithStack(std::size_t{2} << 20, [&] {
     Interpreter interpreter(out);
-    interpreter.run(
-        "on wrap n\n  if n = 0 then return 0\n  return [[[[[[[[[[wrap(n - 1)]]]]]]]]]]\nend");
     try {
-      interpreter.run("x = wrap(400)");
+      interpreter.run(
+          "on wrap n\n  if n = 0 then return 0\n  return [[[[[[[[[[wrap(n - 1)]]]]]]]]]]\nend");
+      interpreter.run("x = wrap(499)");
     } catch (const ScriptError& error) {
       message = error.what();
     }
