@@ -33,16 +33,9 @@ Value Value::newPropList() {
 }
 
 const void* Value::reference() const {
-  switch (kind()) {
-    case ValueKind::List:
-      return std::get<5>(data_).get();
-    case ValueKind::PropList:
-      return std::get<6>(data_).get();
-    case ValueKind::Instance:
-      return std::get<8>(data_).get();
-    default:
-      return nullptr;
-  }
+  if (const Container* list = container()) return list;
+  if (kind() == ValueKind::Instance) return std::get<8>(data_).get();
+  return nullptr;
 }
 
 Container* Value::container() const {
