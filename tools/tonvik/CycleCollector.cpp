@@ -29,11 +29,13 @@ thread_local std::uint64_t lastCollection = 0;
 
 }  // namespace
 
-void collectCycles(std::uint64_t bornSince) noexcept {
+void collectCycles(std::uint64_t bornSince, std::size_t mostLists) noexcept {
   const std::uint64_t collection = ++lastCollection;
   ContainerRegistry& registry = liveContainers();
   Container* candidates = nullptr;
+  std::size_t count = 0;
   for (auto it = registry.rbegin(); it != registry.rend() && it->serial() >= bornSince; ++it) {
+    if (++count > mostLists) return;
     Container::CollectorState& state = it->collectorState();
     state.collection = collection;
     state.outsideReferences = it->references();
@@ -90,15 +92,11 @@ CycleCollection::CycleCollection(Scope scope)
     : scope_(scope), bornSince_(scope == Scope::Run ? 0 : nextContainerSerial()) {}
 
 CycleCollection::~CycleCollection() {
-  if (scope_ == Scope::Call) {
-    if (newestListThatLostAReference() < bornSince_) return;
-    std::size_t made = 0;
-    const ContainerRegistry& registry = liveContainers();
-    for (auto it = registry.rbegin(); it != registry.rend() && it->serial() >= bornSince_; ++it) {
-      if (++made > kMaxListsCollectedAtReturn) return;
-    }
+  if (scope_ == Scope::Run) {
+    collectCycles(0);
+  } else if (newestListThatLostAReference() >= bornSince_) {
+    collectCycles(bornSince_, kMaxListsCollectedAtReturn);
   }
-  collectCycles(bornSince_);
 }
 
 }  // namespace tonvik

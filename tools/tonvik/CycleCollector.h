@@ -3,15 +3,19 @@
 // The collector finds such lists and frees them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace tonvik {
 
 // Frees the lists made since `bornSince` (a nextContainerSerial() value, 0 for every list) that
 // nothing but other such lists refers to, emptying them first so that what they hold, an Xtra
-// instance say, is released too. Lists made earlier are taken to be alive. Allocates nothing and
-// throws nothing, so it also runs when memory has run out.
-void collectCycles(std::uint64_t bornSince) noexcept;
+// instance say, is released too. Lists made earlier are taken to be alive. Does nothing when more
+// than `mostLists` such lists are alive. Allocates nothing and throws nothing, so it also runs
+// when memory has run out.
+void collectCycles(std::uint64_t bornSince,
+                   std::size_t mostLists = std::numeric_limits<std::size_t>::max()) noexcept;
 
 // Lists a handler call leaves alive beyond this many are left to the collection at the end of
 // the run, so that a return costs little however much the call built.

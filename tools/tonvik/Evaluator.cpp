@@ -56,18 +56,11 @@ constexpr bool kIsChainLink =
 
 // What the link at `expr` is applied to, or null when `expr` is not a link.
 const Expr* chainOperand(const Expr& expr) {
-  return std::visit(
-      [](const auto& node) -> const Expr* {
-        using Node = std::decay_t<decltype(node)>;
-        if constexpr (std::is_same_v<Node, BinaryExpr>) {
-          return node.left.get();
-        } else if constexpr (kIsChainLink<Node>) {
-          return node.object.get();
-        } else {
-          return nullptr;
-        }
-      },
-      expr.node);
+  if (const auto* e = std::get_if<BinaryExpr>(&expr.node)) return e->left.get();
+  if (const auto* e = std::get_if<IndexExpr>(&expr.node)) return e->object.get();
+  if (const auto* e = std::get_if<PropertyExpr>(&expr.node)) return e->object.get();
+  if (const auto* e = std::get_if<MethodCallExpr>(&expr.node)) return e->object.get();
+  return nullptr;
 }
 
 // The separator of a concatenation link, or nothing for any other link.
@@ -102,21 +95,31 @@ ArithmeticOp arithmeticOp(BinaryOp op) {
 Value Interpreter::eval(const Expr& expr, Frame& frame) {
   guardStack();
   countStep();
+  auto evalStart = [&](const Expr& start) {
+    return std::visit(
+        [&](const auto& node) -> Value {
+          // A chain starts at a node that is not a link.
+          if constexpr (kIsChainLink<std::decay_t<decltype(node)>>) {
+            return Value();
+          } else {
+            return evalNode(node, frame);
+          }
+        },
+        start.node);
+  };
+  const Expr* operand = chainOperand(expr);
+  if (operand == nullptr) return evalStart(expr);
+  // A chain of one link, the most common, needs neither the list of links nor the loop.
+  if (chainOperand(*operand) == nullptr && !concatenation(expr)) {
+    countStep();
+    return evalLink(expr, evalStart(*operand), frame);
+  }
   boost::container::small_vector<const Expr*, kShortChain> links;
   const Expr* start = &expr;
-  for (const Expr* operand; (operand = chainOperand(*start)) != nullptr; start = operand) {
+  for (const Expr* inner; (inner = chainOperand(*start)) != nullptr; start = inner) {
     links.push_back(start);
   }
-  Value value = std::visit(
-      [&](const auto& node) -> Value {
-        // A chain starts at a node that is not a link.
-        if constexpr (kIsChainLink<std::decay_t<decltype(node)>>) {
-          return Value();
-        } else {
-          return evalNode(node, frame);
-        }
-      },
-      start->node);
+  Value value = evalStart(*start);
   // Concatenations in a row append to one text instead of copying it at every link.
   std::optional<std::string> text;
   for (auto link = links.rbegin(); link != links.rend(); ++link) {
@@ -138,16 +141,11 @@ Value Interpreter::eval(const Expr& expr, Frame& frame) {
   return value;
 }
 
-Value Interpreter::evalLink(const Expr& link, Value operand, Frame& frame) {
-  return std::visit(
-      [&](const auto& node) -> Value {
-        if constexpr (kIsChainLink<std::decay_t<decltype(node)>>) {
-          return evalLink(node, std::move(operand), frame);
-        } else {
-          return Value();
-        }
-      },
-      link.node);
+Value Interpreter::evalLink(const Expr& link, Value&& operand, Frame& frame) {
+  if (const auto* e = std::get_if<BinaryExpr>(&link.node)) return evalLink(*e, operand, frame);
+  if (const auto* e = std::get_if<IndexExpr>(&link.node)) return evalLink(*e, operand, frame);
+  if (const auto* e = std::get_if<PropertyExpr>(&link.node)) return evalLink(*e, operand, frame);
+  return evalLink(std::get<MethodCallExpr>(link.node), std::move(operand), frame);
 }
 
 std::vector<Value> Interpreter::evalArgs(const ExprList& args, Frame& frame) {
@@ -171,7 +169,7 @@ Value Interpreter::evalNode(const UnaryExpr& expr, Frame& frame) {
   return negate(operand);
 }
 
-Value Interpreter::evalLink(const BinaryExpr& expr, Value left, Frame& frame) {
+Value Interpreter::evalLink(const BinaryExpr& expr, const Value& left, Frame& frame) {
   // Both sides are always evaluated, `and` and `or` included, as Lingo does.
   Value right = eval(*expr.right, frame);
   switch (expr.op) {
@@ -220,7 +218,7 @@ Value Interpreter::evalNode(const CallExpr& expr, Frame& frame) {
   return callFunction(expr.name, expr.spelling, evalArgs(expr.args, frame));
 }
 
-Value Interpreter::evalLink(const MethodCallExpr& expr, Value object, Frame& frame) {
+Value Interpreter::evalLink(const MethodCallExpr& expr, Value&& object, Frame& frame) {
   std::vector<Value> args = evalArgs(expr.args, frame);
   if (object.kind() == ValueKind::Instance) {
     XtraInstance& instance = object.asInstance();
@@ -235,7 +233,7 @@ Value Interpreter::evalLink(const MethodCallExpr& expr, Value object, Frame& fra
   return callFunction(expr.name, expr.spelling, std::move(args));
 }
 
-Value Interpreter::evalLink(const PropertyExpr& expr, Value object, Frame&) {
+Value Interpreter::evalLink(const PropertyExpr& expr, const Value& object, Frame&) {
   if (expr.name == "ilk") return findBuiltin("ilk")->call({object});
   if (object.kind() == ValueKind::List || object.kind() == ValueKind::PropList) {
     if (expr.name == "count") return Value::integer(countOf(object, "count"));
@@ -251,7 +249,7 @@ Value Interpreter::evalLink(const PropertyExpr& expr, Value object, Frame&) {
   throw ScriptError(describeValue(object) + " has no property " + expr.spelling);
 }
 
-Value Interpreter::evalLink(const IndexExpr& expr, Value object, Frame& frame) {
+Value Interpreter::evalLink(const IndexExpr& expr, const Value& object, Frame& frame) {
   Value index = eval(*expr.index, frame);
   if (object.kind() == ValueKind::PropList && index.kind() != ValueKind::Integer) {
     return getaProp(object, index, "");

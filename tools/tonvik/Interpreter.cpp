@@ -8,7 +8,6 @@
 #include "CycleCollector.h"
 #include "Parser.h"
 #include "ScriptError.h"
-#include "StackLimit.h"
 #include "ValueFormat.h"
 #include "ValueOps.h"
 
@@ -26,10 +25,10 @@ void sleepFor(std::chrono::milliseconds duration) {
 }  // namespace
 
 Interpreter::Interpreter(std::ostream& out)
-    : out_(out), runLoopStep_(sleepFor), start_(std::chrono::steady_clock::now()) {
-  // Reads the thread's stack bounds now, while memory is surely there to read them.
-  stackLeft();
-}
+    : out_(out),
+      runLoopStep_(sleepFor),
+      stackFloor_(stackFloor()),
+      start_(std::chrono::steady_clock::now()) {}
 
 Interpreter::~Interpreter() {
   releaseValues();
@@ -104,7 +103,7 @@ Value Interpreter::call(std::string_view name, std::vector<Value> args) {
   return result;
 }
 
-void Interpreter::countStep() {
+void Interpreter::countLimitedStep() {
   if (stepLimit_ != 0 && ++steps_ > stepLimit_) {
     throw ScriptError("The script ran past its limit of " + std::to_string(stepLimit_) + " steps");
   }
@@ -114,8 +113,7 @@ void Interpreter::countStep() {
   }
 }
 
-void Interpreter::guardStack() const {
-  if (!stackNearlyUsedUp()) return;
+void Interpreter::stackUsedUp() const {
   if (callDepth_ == 0) throw ScriptError("Expression nested too deeply for the stack");
   throw ScriptError("Handler calls and expressions nested too deeply for the stack (" +
                     std::to_string(callDepth_) + " calls deep)");

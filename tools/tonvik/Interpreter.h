@@ -11,6 +11,8 @@
 // recursion that is left (nesting written in the script, handler calls) stops with a script error
 // before the stack of the running thread is used up (StackLimit.h). Values and parsed scripts
 // are freed without recursion. Running out of memory is the script error "Out of memory".
+//
+// An interpreter and its values belong to the thread that made it.
 #pragma once
 
 #include <chrono>
@@ -25,6 +27,7 @@
 #include <vector>
 
 #include "Ast.h"
+#include "StackLimit.h"
 #include "Value.h"
 #include "XtraBridge.h"
 
@@ -107,9 +110,17 @@ class Interpreter {
   // Runs `body`, turning `halt` into halted() and a lack of memory into a script error.
   template <typename Body>
   void guarded(Body&& body);
-  void countStep();
-  // A script error when the stack is nearly used up.
-  void guardStack() const;
+  // Every statement and expression passes both; they are inline for that reason.
+  void countStep() {
+    if (stepLimit_ != 0 || timeLimit_.count() != 0) [[unlikely]]
+      countLimitedStep();
+  }
+  void guardStack() const {
+    if (belowStackFloor(stackFloor_)) [[unlikely]]
+      stackUsedUp();
+  }
+  void countLimitedStep();
+  [[noreturn]] void stackUsedUp() const;
 
   Value eval(const Expr& expr, Frame& frame);
   Value evalNode(const LiteralExpr& expr, Frame& frame);
@@ -117,11 +128,11 @@ class Interpreter {
   Value evalNode(const UnaryExpr& expr, Frame& frame);
   Value evalNode(const CallExpr& expr, Frame& frame);
   // The links of a chain, applied to the value of what the chain has built so far.
-  Value evalLink(const Expr& link, Value operand, Frame& frame);
-  Value evalLink(const BinaryExpr& expr, Value left, Frame& frame);
-  Value evalLink(const MethodCallExpr& expr, Value object, Frame& frame);
-  Value evalLink(const PropertyExpr& expr, Value object, Frame& frame);
-  Value evalLink(const IndexExpr& expr, Value object, Frame& frame);
+  Value evalLink(const Expr& link, Value&& operand, Frame& frame);
+  Value evalLink(const BinaryExpr& expr, const Value& left, Frame& frame);
+  Value evalLink(const MethodCallExpr& expr, Value&& object, Frame& frame);
+  Value evalLink(const PropertyExpr& expr, const Value& object, Frame& frame);
+  Value evalLink(const IndexExpr& expr, const Value& object, Frame& frame);
   Value evalNode(const ListExpr& expr, Frame& frame);
   Value evalNode(const PropListExpr& expr, Frame& frame);
   Value evalNode(const TheExpr& expr, Frame& frame);
@@ -148,6 +159,8 @@ class Interpreter {
   std::unordered_map<std::string, Value> globals_;
   // Names declared with `global`: they read as VOID before their first assignment.
   std::unordered_set<std::string> declaredGlobals_;
+  // Read when the interpreter is made: it runs on the thread that made it, as its values do.
+  std::uintptr_t stackFloor_;
   int callDepth_ = 0;
   int instancesCreated_ = 0;
   std::uint64_t stepLimit_ = 0;

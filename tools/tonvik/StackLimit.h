@@ -3,20 +3,22 @@
 // sanitizers, the space left does not.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 
 namespace tonvik {
 
-// Whether this thread's stack is nearly used up: less than a reserve is left for the calls made
-// without a check (built-ins, the Xtra, the MIDI system) and for unwinding an error. False on a
-// thread whose stack bounds cannot be read.
-bool stackNearlyUsedUp();
+// The lowest address this thread's stack may grow to before a check fails: its real bottom plus
+// a reserve for the calls made without a check (built-ins, the Xtra, the MIDI system) and for
+// unwinding the error. 0 on a thread whose stack bounds cannot be read, so no check fails there.
+std::uintptr_t stackFloor();
 
-// Throws ScriptError(`what`) when stackNearlyUsedUp().
+// Whether the caller has gone below `floor`, this thread's stackFloor(). The frame address, not
+// a local's: under AddressSanitizer locals may live on a separate heap.
+inline bool belowStackFloor(std::uintptr_t floor) {
+  return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < floor;
+}
+
+// Throws ScriptError(`what`) when the caller has gone below this thread's stack floor.
 void checkStack(const char* what);
-
-// How far this thread's stack may still grow before checkStack fails, in bytes; SIZE_MAX when
-// its bounds are unknown.
-std::size_t stackLeft();
 
 }  // namespace tonvik
