@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             instance.ReceiveSysexStart(bytes.data(), length, time);
           } else {
             bytes.front() &= kDataMask;
-            instance.ReceiveSysexContinuation(bytes.data(), length);
+            instance.ReceiveSysexContinuation(bytes.data(), length, time);
           }
           break;
         }

@@ -78,7 +78,10 @@ class TonvikBase {
   void ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
                            std::uint32_t timestamp);
   void ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t timestamp);
-  void ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length);
+  // The timestamp of a continuation only tells how long the message has been silent; the record
+  // keeps its first chunk's.
+  void ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length,
+                                std::uint32_t timestamp);
 
   // Reads the integer at a one-based position of a message list, checked against an inclusive
   // range; stores its low 8 bits.
@@ -122,6 +125,9 @@ class TonvikBase {
   };
 
   static constexpr std::uint32_t kHeldMessageCapacity = 64;
+  // A system-exclusive message that has sent nothing for longer than this while other messages
+  // arrive is taken to be broken: its sender died or lost the end.
+  static constexpr std::uint32_t kSysexSilenceLimitMs = 500;
   static constexpr int kFilterBytes = 16;
 
   void InitSymbols();
@@ -147,6 +153,9 @@ class TonvikBase {
   // caller has found room for, and publishes it.
   void PublishShortRecord(std::uint32_t start, const std::uint8_t* bytes, std::uint32_t length,
                           std::uint32_t timestamp);
+  // Publishes at the write position if there is room, else raises the overflow flag.
+  void PublishShortRecordOrMarkOverflow(const std::uint8_t* bytes, std::uint32_t length,
+                                        std::uint32_t timestamp);
   void CompleteSysex();
   void EndSysexAssembly();
   void ClearSysexEndMarks(std::uint32_t from, std::uint32_t to);
@@ -156,6 +165,8 @@ class TonvikBase {
 
   // Queue, consumer side.
   std::uint8_t ByteAt(std::uint32_t position) const;
+  // GetNextMessage for a queue that ends at `write`, a write index loaded with acquire.
+  void TakeMessage(LingoValue* message, std::uint32_t read, std::uint32_t write);
   std::uint32_t DecodeRecord(std::uint32_t position, std::uint32_t end, LingoValue* message,
                              bool* recognised);
   std::uint32_t DecodeControlChange(std::uint32_t position, std::uint8_t status,
@@ -282,6 +293,7 @@ class TonvikBase {
   std::atomic<std::uint32_t> inputWriteIndex_;
   std::uint32_t sysexWriteIndex_;
   std::uint32_t sysexTimestamp_;
+  std::uint32_t sysexLastChunkTime_;
   bool sysexInProgress_;
   std::atomic<std::uint8_t> inputOverflowed_;
   std::atomic<std::uint8_t> statusFilter_[kFilterBytes];

@@ -18,7 +18,10 @@ class RecordingPlatform final : public TonvikBase {
   };
 
   explicit RecordingPlatform(director::ValueStore& store)
-      : TonvikBase(store.valueInterface(), store.listInterface(), store.allocator()) {}
+      : RecordingPlatform(store, store.listInterface()) {}
+  // Lists made through `lists`, which may stand in front of the store's own.
+  RecordingPlatform(director::ValueStore& store, HostListInterface* lists)
+      : TonvikBase(store.valueInterface(), lists, store.allocator()) {}
 
   std::int32_t Init() override { return kErrNone; }
   std::int32_t GetTime() override { return time; }
@@ -67,7 +70,8 @@ class RecordingPlatform final : public TonvikBase {
                       static_cast<std::uint32_t>(time));
   }
   void receiveMore(const std::vector<std::uint8_t>& chunk) {
-    ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()));
+    ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()),
+                             static_cast<std::uint32_t>(time));
   }
   void receiveShort(std::uint8_t status, std::uint8_t data1 = 0, std::uint8_t data2 = 0) {
     ReceiveShortMessage(status, data1, data2, static_cast<std::uint32_t>(time));
