@@ -271,7 +271,7 @@ void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, st
       held.timestamp = timestamp;
       return;
     }
-    // A message that keeps this many others waiting is taken to be broken: it alone is lost.
+    // A dump that keeps this many messages waiting is taken to be broken; only it is lost.
     EndSysexAssembly();
     PublishShortRecordOrMarkOverflow(bytes, length, timestamp);
     return;
