@@ -77,8 +77,7 @@ inline void receiveDump(BenchPlatform& platform, const std::vector<std::uint8_t>
   const auto total = static_cast<std::uint32_t>(dump.size());
   platform.ReceiveSysexStart(dump.data(), chunk < total ? chunk : total, timestamp);
   for (std::uint32_t at = chunk; at < total; at += chunk) {
-    platform.ReceiveSysexContinuation(dump.data() + at, chunk < total - at ? chunk : total - at,
-                                      timestamp);
+    platform.ReceiveSysexContinuation(dump.data() + at, chunk < total - at ? chunk : total - at);
   }
 }
 

@@ -131,7 +131,7 @@ void MacOsxTonvik::processSysexStart(double /*timeSeconds*/, const std::uint8_t*
 }
 
 void MacOsxTonvik::processSysexContinuation(const std::uint8_t* bytes, std::uint32_t length) {
-  ReceiveSysexContinuation(bytes, length, static_cast<std::uint32_t>(GetTime()));
+  ReceiveSysexContinuation(bytes, length);
 }
 
 void MacOsxTonvik::GetInputPorts(LingoValue* list) {

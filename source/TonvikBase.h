@@ -78,10 +78,7 @@ class TonvikBase {
   void ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
                            std::uint32_t timestamp);
   void ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t timestamp);
-  // The timestamp of a continuation only tells how long the message has been silent; the record
-  // keeps its first chunk's.
-  void ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length,
-                                std::uint32_t timestamp);
+  void ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length);
 
   // Reads the integer at a one-based position of a message list, checked against an inclusive
   // range; stores its low 8 bits.
@@ -156,6 +153,9 @@ class TonvikBase {
   // Publishes at the write position if there is room, else raises the overflow flag.
   void PublishShortRecordOrMarkOverflow(const std::uint8_t* bytes, std::uint32_t length,
                                         std::uint32_t timestamp);
+  // Adds a chunk to the message being assembled, which the caller has checked; `timestamp` is
+  // when it arrived.
+  void AppendSysexChunk(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t timestamp);
   void CompleteSysex();
   void EndSysexAssembly();
   void ClearSysexEndMarks(std::uint32_t from, std::uint32_t to);

@@ -221,7 +221,7 @@ void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, st
     // A closing F7 in a packet of its own (a driver's last piece, or a cut into 256 + 1 bytes)
     // ends the message like any last chunk; its data bytes, if any, belong to nothing.
     if (status == kSysexEnd) {
-      ReceiveSysexContinuation(&kSysexEnd, 1, timestamp);
+      AppendSysexChunk(&kSysexEnd, 1, timestamp);
       return;
     }
     // Unsigned: a timer reset, which makes the time go backwards, counts as long after.
@@ -314,9 +314,15 @@ void TonvikBase::ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t leng
   }
 }
 
-void TonvikBase::ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length,
-                                          std::uint32_t timestamp) {
+void TonvikBase::ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length) {
   if (!sysexInProgress_ || length == 0) return;
+  // The chunk's time only measures how long the message has been silent; the record keeps the
+  // time of its first chunk.
+  AppendSysexChunk(bytes, length, static_cast<std::uint32_t>(GetTime()));
+}
+
+void TonvikBase::AppendSysexChunk(const std::uint8_t* bytes, std::uint32_t length,
+                                  std::uint32_t timestamp) {
   sysexLastChunkTime_ = timestamp;
   if (FreeSpace(sysexWriteIndex_) < std::uint64_t{length} + kTimestampBytes) {
     MarkOverflow();

@@ -121,7 +121,9 @@ TEST_F(QueueStressTest, EverythingArrivesIntactAndInOrder) {
           platform_.ReceiveSysexStart(event.bytes.data(), length, event.timestamp);
           break;
         case Event::SysexContinuation:
-          platform_.ReceiveSysexContinuation(event.bytes.data(), length, event.timestamp);
+          // A continuation reads the instance's clock; only this thread reads it meanwhile.
+          platform_.time = static_cast<std::int32_t>(event.timestamp);
+          platform_.ReceiveSysexContinuation(event.bytes.data(), length);
           break;
       }
     }

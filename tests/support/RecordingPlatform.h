@@ -70,8 +70,7 @@ class RecordingPlatform final : public TonvikBase {
                       static_cast<std::uint32_t>(time));
   }
   void receiveMore(const std::vector<std::uint8_t>& chunk) {
-    ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()),
-                             static_cast<std::uint32_t>(time));
+    ReceiveSysexContinuation(chunk.data(), static_cast<std::uint32_t>(chunk.size()));
   }
   void receiveShort(std::uint8_t status, std::uint8_t data1 = 0, std::uint8_t data2 = 0) {
     ReceiveShortMessage(status, data1, data2, static_cast<std::uint32_t>(time));
