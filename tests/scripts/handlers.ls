@@ -26,16 +26,16 @@ end
 
 global counter
 counter = 0
+total = 7 -- global too, as every top-level variable, but declared nowhere
 
 on bump by
-  global counter
   if voidp(by) then by = 1
-  counter = counter + by
+  counter = counter + by -- the global: the script declares it outside its handlers
 end
 
 on localOnly
-  counter = 100 -- a local of its own, not the global
-  return counter
+  total = 100 -- a local of its own, not the global
+  return total
 end
 
 put describe(1), describe(1, 2, 3)
@@ -45,7 +45,7 @@ bump
 bump 5
 bump(10)
 put counter
-put localOnly(), counter
+put localOnly(), total
 
 -- the list a handler is given is the caller's list
 on addTo l, v

@@ -47,6 +47,16 @@ TEST_F(InterpreterTest, RuntimeErrorsStopWithAClearMessage) {
       {"repeat with i in 5\nend repeat", "repeat with in: expected a list, got integer 5"},
       {"put new(5)", "new: expected an Xtra such as xtra \"Name\", got integer 5"},
       {"wait(\"soon\")", "wait: expected a number of milliseconds, got string \"soon\""},
+      {"on mouseUp\n  put the mouseH\nend\nmouseUp", "Unknown property \"the mouseH\""},
+      {"go to frame 2", "go: there is no frame 2; the movie has one frame"},
+      {"go \"intro\"", "go: there is no marker \"intro\"; the movie has one frame and no markers"},
+      {"go to [1]", "go: expected a frame number or a marker name, got a list"},
+      {"go next", "go next: the movie has no markers"},
+      {"go to movie \"b\"", "go to movie: the message window plays only the script it was given"},
+      {"puppetTempo 0", "puppetTempo: expected 1 to 999 frames a second, got integer 0"},
+      {"puppetTempo #fast", "puppetTempo: expected 1 to 999 frames a second, got symbol #fast"},
+      {"puppetTempo(30, 1)", "puppetTempo expects 1 argument, got 2"},
+      {"startTimer 1", "startTimer expects 0 arguments, got 1"},
   };
   for (const auto& [script, message] : cases) EXPECT_STREQ(errorOf(script).what(), message);
 }

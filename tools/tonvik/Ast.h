@@ -41,7 +41,9 @@ enum class BinaryOp {
 
 enum class UnaryOp { Negate, Not };
 
-enum class TheProperty { Milliseconds, Ticks };
+// The properties that `the NAME` reads. Any other name parses, so that a handler never called may
+// use it, and is a script error when evaluated.
+enum class TheProperty { Milliseconds, Ticks, Timer, Frame, FrameTempo, Unknown };
 
 // A number, string, symbol or constant; never a list, since a list literal makes a new list each
 // time it is evaluated.
@@ -93,6 +95,8 @@ struct PropListExpr {
 };
 struct TheExpr {
   TheProperty property;
+  // As written, for the error an unknown property gives.
+  std::string spelling;
 };
 struct XtraExpr {
   ExprPtr name;
@@ -171,12 +175,20 @@ struct HaltStmt {};
 struct GlobalStmt {
   std::vector<std::string> names;
 };
+// `go to frame X`, `go to the frame`, `go loop`...: the playhead of a movie of one frame, which
+// only a frame that exists (frame 1) leaves playing.
+enum class GoTarget { Frame, Loop, Next, Previous, Movie };
+struct GoStmt {
+  GoTarget target;
+  // The frame or the movie; null for the others.
+  ExprPtr where;
+};
 
 struct Stmt {
   int line = 0;
   std::variant<AssignStmt, PutStmt, PutIntoStmt, CallStmt, IfStmt, RepeatWhileStmt, RepeatRangeStmt,
                RepeatInStmt, ExitRepeatStmt, NextRepeatStmt, ReturnStmt, ExitStmt, HaltStmt,
-               GlobalStmt>
+               GlobalStmt, GoStmt>
       node;
 };
 
@@ -184,6 +196,9 @@ struct Handler {
   std::string name;
   std::string spelling;
   std::vector<std::string> params;
+  // Names a `global` outside every handler of the script declared: as in Director, they are
+  // global in each handler of that script.
+  std::vector<std::string> scriptGlobals;
   Block body;
   int line = 0;
 };

@@ -13,6 +13,7 @@ struct ThreadContainers {
   Container* toFree = nullptr;
   bool freeing = false;
   std::uint64_t newestThatLostAReference = 0;
+  std::uint64_t referenceLosses = 0;
 };
 
 thread_local ThreadContainers containers;
@@ -30,6 +31,7 @@ void intrusive_ptr_add_ref(Container* container) noexcept {
 
 void intrusive_ptr_release(Container* container) noexcept {
   if (--container->references_ != 0) {
+    ++containers.referenceLosses;
     if (container->serial_ > containers.newestThatLostAReference) {
       containers.newestThatLostAReference = container->serial_;
     }
@@ -63,6 +65,10 @@ std::size_t liveContainerCount() {
 
 std::uint64_t newestListThatLostAReference() {
   return containers.newestThatLostAReference;
+}
+
+std::uint64_t referenceLosses() {
+  return containers.referenceLosses;
 }
 
 }  // namespace tonvik

@@ -72,4 +72,8 @@ std::size_t liveContainerCount();
 // a loss can leave lists that nothing outside them refers to.
 std::uint64_t newestListThatLostAReference();
 
+// How many times a list lost a reference and kept others, on this thread: when the count has not
+// moved, no list can have become unreachable.
+std::uint64_t referenceLosses();
+
 }  // namespace tonvik

@@ -19,10 +19,8 @@ namespace tonvik {
 
 namespace {
 
-constexpr int kTicksPerSecond = 60;
-constexpr int kMillisecondsPerSecond = 1000;
 // A day: longer waits are cut to this, so that no value can overflow the clock's arithmetic.
-constexpr double kMaxWaitMilliseconds = 24.0 * 60 * 60 * kMillisecondsPerSecond;
+constexpr double kMaxWaitMilliseconds = 24.0 * 60 * 60 * 1000;
 
 std::string hexStatus(XtraStatus status) {
   char text[sizeof("0x00000000")];
@@ -31,18 +29,23 @@ std::string hexStatus(XtraStatus status) {
   return text;
 }
 
-std::string argumentCountMessage(const Builtin& builtin, std::size_t given) {
+// A script error when `given` arguments are too few or too many for a function that takes
+// `minArgs` to `maxArgs` of them (no upper bound when negative).
+void checkArgumentCount(std::string_view name, int minArgs, int maxArgs, std::size_t given) {
+  bool tooFew = static_cast<int>(given) < minArgs;
+  bool tooMany = maxArgs >= 0 && static_cast<int>(given) > maxArgs;
+  if (!tooFew && !tooMany) return;
   std::string expected;
-  if (builtin.maxArgs < 0) {
-    expected = "at least " + std::to_string(builtin.minArgs);
-  } else if (builtin.minArgs == builtin.maxArgs) {
-    expected = std::to_string(builtin.minArgs);
+  if (maxArgs < 0) {
+    expected = "at least " + std::to_string(minArgs);
+  } else if (minArgs == maxArgs) {
+    expected = std::to_string(minArgs);
   } else {
-    expected = std::to_string(builtin.minArgs) + " or " + std::to_string(builtin.maxArgs);
+    expected = std::to_string(minArgs) + " or " + std::to_string(maxArgs);
   }
   std::string noun = expected == "1" ? " argument" : " arguments";
-  return std::string(builtin.name) + " expects " + expected + noun + ", got " +
-         std::to_string(given);
+  throw ScriptError(std::string(name) + " expects " + expected + noun + ", got " +
+                    std::to_string(given));
 }
 
 // Links of a chain: an operator applied to what stands on its left, and `[i]`, `.name` and
@@ -270,15 +273,6 @@ Value Interpreter::evalNode(const PropListExpr& expr, Frame& frame) {
   return list;
 }
 
-Value Interpreter::evalNode(const TheExpr& expr, Frame&) {
-  auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
-                     std::chrono::steady_clock::now() - start_)
-                     .count();
-  if (expr.property == TheProperty::Ticks)
-    elapsed = elapsed * kTicksPerSecond / kMillisecondsPerSecond;
-  return Value::integer(static_cast<std::int32_t>(static_cast<std::uint32_t>(elapsed)));
-}
-
 Value Interpreter::evalNode(const XtraExpr& expr, Frame& frame) {
   Value name = eval(*expr.name, frame);
   if (name.kind() != ValueKind::String) {
@@ -326,10 +320,11 @@ Value Interpreter::callFunction(const std::string& name, const std::string& spel
     std::shared_ptr<const Handler> running = handler->second;
     return invokeHandler(*running, std::move(args));
   }
-  if (name == "new") return newInstance(args);
-  if (name == "wait") {
-    wait(args);
-    return Value();
+  if (const Function* function = findFunction(name)) {
+    if (function->maxArgs >= 0) {
+      checkArgumentCount(spelling, function->minArgs, function->maxArgs, args.size());
+    }
+    return (this->*function->call)(args);
   }
   if (auto host = hostFunctions_.find(name); host != hostFunctions_.end()) {
     try {
@@ -341,15 +336,27 @@ Value Interpreter::callFunction(const std::string& name, const std::string& spel
     }
   }
   if (const Builtin* builtin = findBuiltin(name)) {
-    bool tooFew = static_cast<int>(args.size()) < builtin->minArgs;
-    bool tooMany = builtin->maxArgs >= 0 && static_cast<int>(args.size()) > builtin->maxArgs;
-    if (tooFew || tooMany) throw ScriptError(argumentCountMessage(*builtin, args.size()));
+    checkArgumentCount(builtin->name, builtin->minArgs, builtin->maxArgs, args.size());
     return builtin->call(args);
   }
   if (toInstance) {
     throw ScriptError("Xtra \"" + args[0].asInstance().xtraName + "\" has no method " + spelling);
   }
   throw ScriptError("Handler not defined: " + spelling);
+}
+
+const Interpreter::Function* Interpreter::findFunction(std::string_view name) {
+  static const Function kFunctions[] = {
+      {"new", 0, -1, &Interpreter::newInstance},
+      {"wait", 0, -1, &Interpreter::wait},
+      {"puppettempo", 1, 1, &Interpreter::puppetTempo},
+      {"starttimer", 0, 0, &Interpreter::startTimer},
+      {"quit", 0, 0, &Interpreter::quit},
+  };
+  for (const Function& function : kFunctions) {
+    if (function.name == name) return &function;
+  }
+  return nullptr;
 }
 
 Value Interpreter::invokeHandler(const Handler& handler, std::vector<Value> args) {
@@ -362,6 +369,7 @@ Value Interpreter::invokeHandler(const Handler& handler, std::vector<Value> args
   // destroyed first); its result is held by the caller by then, so it stays.
   CycleCollection onReturn(CycleCollection::Scope::Call);
   Frame frame;
+  if (!handler.scriptGlobals.empty()) frame.scriptGlobals = &handler.scriptGlobals;
   for (std::size_t i = 0; i < handler.params.size(); ++i) {
     frame.locals[handler.params[i]] = i < args.size() ? std::move(args[i]) : Value();
   }
@@ -402,7 +410,7 @@ Value Interpreter::newInstance(const std::vector<Value>& args) {
   return Value::instance(std::move(instance));
 }
 
-void Interpreter::wait(const std::vector<Value>& args) {
+Value Interpreter::wait(const std::vector<Value>& args) {
   if (args.size() != 1 || !args[0].isNumber()) {
     std::string got =
         args.size() == 1 ? describeValue(args[0]) : std::to_string(args.size()) + " arguments";
@@ -411,6 +419,7 @@ void Interpreter::wait(const std::vector<Value>& args) {
   double ms = args[0].kind() == ValueKind::Integer ? args[0].asInteger() : args[0].asFloat();
   double clamped = ms > 0 ? std::min(ms, kMaxWaitMilliseconds) : 0.0;
   runLoopStep_(std::chrono::milliseconds(static_cast<std::int64_t>(clamped)));
+  return Value();
 }
 
 }  // namespace tonvik

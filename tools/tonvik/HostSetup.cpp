@@ -38,4 +38,10 @@ std::shared_ptr<HostState> installHost(Interpreter& interpreter, const Options& 
   return host;
 }
 
+void runFrameRunLoop(const Options& options) {
+  // As for a wait: what enterFrame sent to the loopback bus is there for exitFrame.
+  if (options.midi == MidiSystem::Virtual) midisystem::waitUntilDelivered(kDeliveryTimeoutSeconds);
+  midisystem::runRunLoop(0);
+}
+
 }  // namespace tonvik

@@ -1,5 +1,6 @@
 // The one place where the tool connects the interpreter to the host: the Xtras (through an
-// XtraBridge), the host functions that drive the MIDI system, and the run loop behind `wait`.
+// XtraBridge), the host functions that drive the MIDI system, and the run loop behind `wait`
+// and behind each frame of a movie.
 #pragma once
 
 #include <memory>
@@ -13,5 +14,9 @@ namespace tonvik {
 // Returns the host, whose value store counts what the Xtras hold. Throws std::runtime_error when
 // the host cannot be set up (the message is shown to the user).
 std::shared_ptr<HostState> installHost(Interpreter& interpreter, const Options& options);
+
+// The run loop's turn in each frame of a movie: delivers the notifications that are due, after
+// letting every send in flight arrive on the virtual system.
+void runFrameRunLoop(const Options& options);
 
 }  // namespace tonvik

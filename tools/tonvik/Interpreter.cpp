@@ -1,10 +1,12 @@
 #include "Interpreter.h"
 
+#include <algorithm>
 #include <new>
 #include <ostream>
 #include <thread>
 
 #include "CaseFold.h"
+#include "Container.h"
 #include "CycleCollector.h"
 #include "Parser.h"
 #include "ScriptError.h"
@@ -15,8 +17,11 @@ namespace tonvik {
 
 namespace {
 
-// Thrown by `halt` to unwind every handler at once; run() catches it and ends quietly.
+// Thrown by `halt` and `quit` to unwind every handler at once; run() catches it and ends
+// quietly.
 struct HaltSignal {};
+
+constexpr int kDefaultFrameTempo = 30;
 
 void sleepFor(std::chrono::milliseconds duration) {
   if (duration.count() > 0) std::this_thread::sleep_for(duration);
@@ -28,7 +33,9 @@ Interpreter::Interpreter(std::ostream& out)
     : out_(out),
       runLoopStep_(sleepFor),
       stackFloor_(stackFloor()),
-      start_(std::chrono::steady_clock::now()) {}
+      start_(std::chrono::steady_clock::now()),
+      timerStart_(start_),
+      frameTempo_(kDefaultFrameTempo) {}
 
 Interpreter::~Interpreter() {
   releaseValues();
@@ -56,9 +63,16 @@ void Interpreter::releaseValues() noexcept {
   collectCycles(0);
 }
 
+void Interpreter::collectUnreachableLists() noexcept {
+  if (referenceLosses() == referenceLossesCollected_) return;
+  referenceLossesCollected_ = referenceLosses();
+  collectCycles(0, kMaxListsCollectedAtReturn);
+}
+
 template <typename Body>
 void Interpreter::guarded(Body&& body) {
   halted_ = false;
+  quitRequested_ = false;
   steps_ = 0;
   deadline_ = std::chrono::steady_clock::now() + timeLimit_;
   try {
@@ -77,7 +91,10 @@ void Interpreter::run(std::string_view text) {
     // their lists in the global frame, which no handler return covers.
     CycleCollection atEnd(CycleCollection::Scope::Run);
     Script script = parseScript(text);
-    for (auto& handler : script.handlers) handlers_[handler->name] = handler;
+    for (auto& handler : script.handlers) {
+      handlers_[handler->name] = handler;
+      declaredGlobals_.insert(handler->scriptGlobals.begin(), handler->scriptGlobals.end());
+    }
     Frame frame;
     frame.topLevel = true;
     for (const StmtPtr& stmt : script.statements) {
@@ -267,6 +284,11 @@ Interpreter::Flow Interpreter::execNode(const HaltStmt&, Frame&) {
   throw HaltSignal{};
 }
 
+Value Interpreter::quit(const std::vector<Value>&) {
+  quitRequested_ = true;
+  throw HaltSignal{};
+}
+
 Interpreter::Flow Interpreter::execNode(const GlobalStmt& stmt, Frame& frame) {
   for (const std::string& name : stmt.names) {
     declaredGlobals_.insert(name);
@@ -276,7 +298,10 @@ Interpreter::Flow Interpreter::execNode(const GlobalStmt& stmt, Frame& frame) {
 }
 
 bool Interpreter::isGlobalIn(const std::string& name, const Frame& frame) const {
-  return frame.topLevel || frame.globalNames.count(name) != 0;
+  return frame.topLevel || frame.globalNames.count(name) != 0 ||
+         (frame.scriptGlobals != nullptr &&
+          std::find(frame.scriptGlobals->begin(), frame.scriptGlobals->end(), name) !=
+              frame.scriptGlobals->end());
 }
 
 Value Interpreter::readVariable(const std::string& name, const std::string& spelling,

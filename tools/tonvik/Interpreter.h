@@ -5,7 +5,7 @@
 // - setXtraBridge: the Xtras that `xtra "Name"` and `new` reach;
 // - registerHostFunction: functions callable by name from scripts;
 // - setRunLoopStep: what `wait(ms)` does, and what runs between top-level statements;
-// - call: a handler of the script, called from the host (a frame loop, say).
+// - call: a handler of the script, called from the host (a frame loop, say; Movie.h plays one).
 //
 // No script overflows the stack: operator and postfix chains are evaluated in a loop, and the
 // recursion that is left (nesting written in the script, handler calls) stops with a script error
@@ -62,8 +62,12 @@ class Interpreter {
   // Calls the handler as a script would, and returns its result; a ScriptError carries the line
   // it happened on. `halt` inside it ends the call quietly and sets halted().
   Value call(std::string_view name, std::vector<Value> args);
-  // Whether the last run or call ended with `halt`.
+  // Whether the last run or call ended with `halt` or `quit`, and whether with `quit`.
   bool halted() const { return halted_; }
+  bool quitRequested() const { return quitRequested_; }
+
+  // The movie's tempo in frames a second: 30 until the script's `puppetTempo` changes it.
+  int frameTempo() const { return frameTempo_; }
 
   // Past these a run or call stops with a script error: the statements and expressions it
   // evaluates, and the time it takes (0, the default, for no limit). The fuzzer uses them to end
@@ -78,6 +82,10 @@ class Interpreter {
   // instance goes away now, while its Xtra is still loaded. Allocates nothing, so it works when
   // memory has run out.
   void releaseValues() noexcept;
+  // Frees the lists that only refer to one another, when some list lost a reference since the
+  // last time and at most kMaxListsCollectedAtReturn lists are alive (so that it stays cheap):
+  // for a host that calls handlers for as long as it runs, between two calls.
+  void collectUnreachableLists() noexcept;
 
  private:
   enum class Flow { Normal, ExitRepeat, NextRepeat, Return, Exit };
@@ -85,8 +93,19 @@ class Interpreter {
     bool topLevel = false;
     std::unordered_map<std::string, Value> locals;
     std::unordered_set<std::string> globalNames;
+    // Declared global outside the handlers of the handler's script.
+    const std::vector<std::string>* scriptGlobals = nullptr;
     Value result;
   };
+  // A function that needs the interpreter's state. Arguments are counted before the call unless
+  // maxArgs is negative (the function checks them itself).
+  struct Function {
+    std::string_view name;  // case-folded
+    int minArgs;
+    int maxArgs;
+    Value (Interpreter::*call)(const std::vector<Value>& args);
+  };
+  static const Function* findFunction(std::string_view name);
 
   Flow execBlock(const Block& block, Frame& frame);
   Flow exec(const Stmt& stmt, Frame& frame);
@@ -104,6 +123,7 @@ class Interpreter {
   Flow execNode(const ExitStmt& stmt, Frame& frame);
   Flow execNode(const HaltStmt& stmt, Frame& frame);
   Flow execNode(const GlobalStmt& stmt, Frame& frame);
+  Flow execNode(const GoStmt& stmt, Frame& frame);
   // The body of a loop: whether to go on, and the flow to hand up when not.
   bool loopStep(const Block& body, Frame& frame, Flow& flow);
 
@@ -149,7 +169,10 @@ class Interpreter {
   Value callXtraMethod(XtraInstance& instance, const std::string& method,
                        const std::vector<Value>& args);
   Value newInstance(const std::vector<Value>& args);
-  void wait(const std::vector<Value>& args);
+  Value wait(const std::vector<Value>& args);
+  Value puppetTempo(const std::vector<Value>& args);
+  Value startTimer(const std::vector<Value>& args);
+  Value quit(const std::vector<Value>& args);
 
   std::ostream& out_;
   std::shared_ptr<XtraBridge> bridge_;
@@ -168,7 +191,12 @@ class Interpreter {
   std::chrono::milliseconds timeLimit_{0};
   std::chrono::steady_clock::time_point deadline_;
   bool halted_ = false;
+  bool quitRequested_ = false;
+  // `the ticks` and `the milliseconds` count from start_, `the timer` from the last startTimer.
   std::chrono::steady_clock::time_point start_;
+  std::chrono::steady_clock::time_point timerStart_;
+  int frameTempo_;
+  std::uint64_t referenceLossesCollected_ = 0;
 };
 
 }  // namespace tonvik

@@ -1,8 +1,33 @@
 #include "Options.h"
 
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
 namespace tonvik {
 
 namespace {
+
+// About 31 years: longer runs are not meant, and the time stays far from any overflow.
+constexpr double kMaxSeconds = 1e9;
+
+std::uint64_t parseFrames(const std::string& text) {
+  std::uint64_t frames = 0;
+  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), frames);
+  if (error != std::errc() || end != text.data() + text.size() || frames == 0) {
+    throw UsageError("--frames needs a whole number of frames, at least 1, not \"" + text + "\"");
+  }
+  return frames;
+}
+
+double parseSeconds(const std::string& text) {
+  char* end = nullptr;
+  double seconds = text.empty() ? NAN : std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !(seconds > 0 && seconds <= kMaxSeconds)) {
+    throw UsageError("--seconds needs a number of seconds above 0, not \"" + text + "\"");
+  }
+  return seconds;
+}
 
 MidiSystem parseMidiSystem(const std::string& name) {
   if (name == "virtual") return MidiSystem::Virtual;
@@ -21,6 +46,14 @@ Options parseOptions(const std::vector<std::string>& args) {
       if (i + 1 >= args.size()) throw UsageError(option + " needs a value");
       return args[++i];
     };
+    // The value of `--name VALUE` or `--name=VALUE`, when `arg` is that option.
+    std::string inlineValue;
+    auto longOption = [&](const std::string& name) -> const std::string* {
+      if (arg == name) return &value(arg);
+      if (!arg.starts_with(name + "=")) return nullptr;
+      inlineValue = arg.substr(name.size() + 1);
+      return &inlineValue;
+    };
     bool isOption = !optionsEnded && arg.size() > 1 && arg[0] == '-';
     if (!isOption) {
       if (options.scriptFile) throw UsageError("unexpected argument \"" + arg + "\"");
@@ -35,10 +68,16 @@ Options parseOptions(const std::vector<std::string>& args) {
       // Several -e texts run as one script, one after the other.
       const std::string& text = value(arg);
       options.inlineText = options.inlineText ? *options.inlineText + "\n" + text : text;
-    } else if (arg == "--midi") {
-      options.midi = parseMidiSystem(value(arg));
-    } else if (arg.starts_with("--midi=")) {
-      options.midi = parseMidiSystem(arg.substr(sizeof("--midi=") - 1));
+    } else if (const std::string* midi = longOption("--midi")) {
+      options.midi = parseMidiSystem(*midi);
+    } else if (arg == "--movie") {
+      options.movie = true;
+    } else if (const std::string* frames = longOption("--frames")) {
+      options.frames = parseFrames(*frames);
+      options.movie = true;
+    } else if (const std::string* seconds = longOption("--seconds")) {
+      options.seconds = parseSeconds(*seconds);
+      options.movie = true;
     } else {
       throw UsageError("unknown option \"" + arg + "\"");
     }
@@ -50,7 +89,8 @@ Options parseOptions(const std::vector<std::string>& args) {
 }
 
 std::string usageText() {
-  return "Usage: tonvik [--midi virtual|jack] [FILE | -e TEXT]\n"
+  return "Usage: tonvik [--midi virtual|jack] [--movie] [--frames N] [--seconds S]\n"
+         "              [FILE | -e TEXT]\n"
          "\n"
          "Runs a Lingo script with the Xtras in the Xtras folder beside the tool.\n"
          "\n"
@@ -59,8 +99,17 @@ std::string usageText() {
          "                  with neither, read a script from standard input, or start the\n"
          "                  interactive message window when standard input is a terminal\n"
          "  --midi SYSTEM   the MIDI system: virtual (in-process, the default) or jack\n"
+         "  --movie         play the script as a movie even if it has no frame handler\n"
+         "  --frames N      stop playing after N frames\n"
+         "  --seconds S     stop playing S seconds after the first frame began\n"
          "  -h, --help      show this help\n"
          "  --version       show the version\n"
+         "\n"
+         "A script that defines on enterFrame or on exitFrame is a movie script. After its\n"
+         "top-level statements, startMovie runs, then frames play at the movie's tempo (30 a\n"
+         "second unless puppetTempo changes it): enterFrame, the run loop, exitFrame. Play\n"
+         "stops on halt or quit, on Ctrl-C or SIGTERM (a second one ends the tool at once),\n"
+         "or at the limits above; then stopMovie runs.\n"
          "\n"
          "Every put prints \"-- value\". A script error prints\n"
          "\"Script error: MESSAGE (FILE:LINE)\" on standard error and exits with status 1;\n"

@@ -1,6 +1,7 @@
 // The command line of `tonvik`.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -15,6 +16,11 @@ struct Options {
   // Exactly one source at most; with neither, standard input or the message window.
   std::optional<std::string> scriptFile;
   std::optional<std::string> inlineText;
+  // Play the script as a movie even without a frame handler; --frames and --seconds imply it.
+  bool movie = false;
+  // When play stops by itself; 0 for never.
+  std::uint64_t frames = 0;
+  double seconds = 0;
   bool showHelp = false;
   bool showVersion = false;
 };

@@ -41,6 +41,7 @@ class Parser {
   Script parse() {
     Script script;
     std::set<std::string, std::less<>> handlerNames;
+    std::vector<std::shared_ptr<Handler>> handlers;
     while (true) {
       skipNewlines();
       if (peek().kind == TokenKind::EndOfText) break;
@@ -50,11 +51,21 @@ class Parser {
           throw ScriptError("Handler \"" + handler->spelling + "\" is defined twice",
                             handler->line);
         }
-        script.handlers.push_back(std::move(handler));
+        handlers.push_back(std::move(handler));
       } else {
         script.statements.push_back(parseStatement());
       }
       expectLineEnd();
+    }
+    std::vector<std::string> scriptGlobals;
+    for (const StmtPtr& stmt : script.statements) {
+      if (const auto* global = std::get_if<GlobalStmt>(&stmt->node)) {
+        scriptGlobals.insert(scriptGlobals.end(), global->names.begin(), global->names.end());
+      }
+    }
+    for (auto& handler : handlers) {
+      handler->scriptGlobals = scriptGlobals;
+      script.handlers.push_back(std::move(handler));
     }
     return script;
   }
@@ -91,7 +102,7 @@ class Parser {
     return token;
   }
 
-  bool at(TokenKind kind) const { return peek().kind == kind; }
+  bool at(TokenKind kind, std::size_t ahead = 0) const { return peek(ahead).kind == kind; }
 
   bool isKeyword(const Token& token, std::string_view word) const {
     return token.kind == TokenKind::Identifier && equalsFolded(token.text, word);
@@ -154,7 +165,7 @@ class Parser {
 
   // ---- handlers and blocks
 
-  std::shared_ptr<const Handler> parseHandler() {
+  std::shared_ptr<Handler> parseHandler() {
     auto handler = std::make_shared<Handler>();
     handler->line = advance().line;
     handler->spelling = expectName("a handler name after \"on\"");
@@ -261,6 +272,11 @@ class Parser {
         advance();
         return makeStmt(line, HaltStmt{});
       }
+      // `go = 1` and `go.x = 1` assign to a variable named go.
+      if (word == "go" && !at(TokenKind::Equal, 1) && !at(TokenKind::Dot, 1) &&
+          !at(TokenKind::LeftBracket, 1)) {
+        return parseGo();
+      }
       if (word == "on") fail("A handler cannot be defined inside a handler or block", first);
       if (kReservedWords.count(word) != 0) fail("Unexpected " + describe(first), first);
       return parseCommandOrAssignment();
@@ -335,6 +351,28 @@ class Parser {
       unexpected("\"=\" or \"to\"");
     }
     return makeStmt(line, AssignStmt{std::move(target), parseExpression()});
+  }
+
+  // go [to] [frame] X | go [to] loop | next | previous | go [to] movie X
+  StmtPtr parseGo() {
+    int line = advance().line;
+    if (atKeyword("to")) advance();
+    for (auto [word, target] :
+         {std::pair{"loop", GoTarget::Loop}, std::pair{"next", GoTarget::Next},
+          std::pair{"previous", GoTarget::Previous}}) {
+      if (!atKeyword(word)) continue;
+      advance();
+      return makeStmt(line, GoStmt{target, nullptr});
+    }
+    GoTarget target = GoTarget::Frame;
+    if (atKeyword("movie")) {
+      advance();
+      target = GoTarget::Movie;
+    } else if (atKeyword("frame")) {
+      advance();
+    }
+    if (atLineEnd()) unexpected("a frame after \"go\"");
+    return makeStmt(line, GoStmt{target, parseExpression()});
   }
 
   StmtPtr parsePut() {
@@ -643,15 +681,20 @@ class Parser {
     std::string word = foldCase(peek().text);
     if (word == "the") {
       advance();
-      if (atKeyword("milliseconds")) {
-        advance();
-        return makeExpr(line, TheExpr{TheProperty::Milliseconds});
+      if (!at(TokenKind::Identifier)) unexpected("a property name after \"the\"");
+      static const std::pair<std::string_view, TheProperty> kProperties[] = {
+          {"milliseconds", TheProperty::Milliseconds},
+          {"ticks", TheProperty::Ticks},
+          {"timer", TheProperty::Timer},
+          {"frame", TheProperty::Frame},
+          {"frametempo", TheProperty::FrameTempo},
+      };
+      std::string spelling = advance().text;
+      TheProperty property = TheProperty::Unknown;
+      for (const auto& [name, known] : kProperties) {
+        if (equalsFolded(spelling, name)) property = known;
       }
-      if (atKeyword("ticks")) {
-        advance();
-        return makeExpr(line, TheExpr{TheProperty::Ticks});
-      }
-      fail("Unknown property \"the " + peek().text + "\"", peek());
+      return makeExpr(line, TheExpr{property, spelling});
     }
     if (word == "xtra" &&
         (peek(1).kind == TokenKind::String || peek(1).kind == TokenKind::LeftParen)) {

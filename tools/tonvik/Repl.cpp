@@ -46,7 +46,8 @@ int runRepl(Interpreter& interpreter) {
   stifle_history(kHistoryLength);
   if (!history.empty()) read_history(history.c_str());
 
-  std::cout << "Tonvik message window. Type Lingo; a block reads on until its end. Ctrl-D quits."
+  std::cout << "Tonvik message window. Type Lingo; a block reads on until its end. Ctrl-D or quit "
+               "ends it."
             << std::endl;
   std::string entry;
   int lines = 0;
@@ -72,6 +73,7 @@ int runRepl(Interpreter& interpreter) {
     }
     entry.clear();
     lines = 0;
+    if (interpreter.quitRequested()) break;
   }
   if (!history.empty()) write_history(history.c_str());
   return kExitSuccess;

@@ -9,16 +9,20 @@ int runScriptText(Interpreter& interpreter, std::string_view text, const std::st
   try {
     interpreter.run(text);
   } catch (const ScriptError& error) {
-    // What the script printed before it failed comes first, as it happened.
-    out.flush();
-    // Written piece by piece: after "Out of memory" there may be no room to build the line.
-    err << "Script error: " << error.what() << " (" << sourceName;
-    if (error.hasLine()) err << ':' << error.line();
-    err << ")\n";
+    reportScriptError(error, sourceName, out, err);
     return kExitScriptError;
   }
   out.flush();
   return kExitSuccess;
+}
+
+void reportScriptError(const ScriptError& error, const std::string& sourceName, std::ostream& out,
+                       std::ostream& err) {
+  out.flush();
+  // Written piece by piece: after "Out of memory" there may be no room to build the line.
+  err << "Script error: " << error.what() << " (" << sourceName;
+  if (error.hasLine()) err << ':' << error.line();
+  err << ")\n" << std::flush;
 }
 
 std::string sourceNameOf(const std::string& path) {

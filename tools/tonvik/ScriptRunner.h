@@ -19,6 +19,11 @@ constexpr int kExitUsage = 2;
 int runScriptText(Interpreter& interpreter, std::string_view text, const std::string& sourceName,
                   std::ostream& out, std::ostream& err);
 
+// Writes "Script error: MESSAGE (SOURCE:LINE)" on `err`, after flushing what the script printed
+// on `out`, so that the two appear in the order they happened.
+void reportScriptError(const ScriptError& error, const std::string& sourceName, std::ostream& out,
+                       std::ostream& err);
+
 // The name a script file goes by in error messages: its name without its folders.
 std::string sourceNameOf(const std::string& path);
 

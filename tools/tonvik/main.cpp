@@ -1,5 +1,5 @@
 // tonvik: runs Lingo scripts against the Xtras beside it, from a file, from -e, from standard
-// input, or interactively in the message window.
+// input, or interactively in the message window; plays movie scripts.
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,10 +13,12 @@
 #include "Container.h"
 #include "HostSetup.h"
 #include "Interpreter.h"
+#include "Movie.h"
 #include "Options.h"
 #include "Repl.h"
 #include "ScriptRunner.h"
 #include "ScriptThread.h"
+#include "StopSignals.h"
 
 namespace {
 
@@ -40,6 +42,19 @@ void reportLeftovers(const tonvik::HostState& host) {
   if (std::size_t values = host.store.liveValues()) {
     std::cerr << kProgram << ": " << values << " Lingo values still held by Xtras at exit\n";
   }
+}
+
+// Plays the script that has run as a movie, in real time, until something stops it.
+int playInRealTime(tonvik::Interpreter& interpreter, const tonvik::Options& options,
+                   const std::string& sourceName) {
+  using namespace tonvik;
+  // It lives as long as the process, as the signal handlers that use it do.
+  static StopRequest stop;
+  catchStopSignals(stop);
+  RealTimeMovieHost host(stop, [&options] { runFrameRunLoop(options); });
+  PlayLimits limits{options.frames, std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                        std::chrono::duration<double>(options.seconds))};
+  return playMovie(interpreter, host, limits, sourceName, std::cout, std::cerr);
 }
 
 int runMain(int argc, char** argv) {
@@ -83,6 +98,11 @@ int runMain(int argc, char** argv) {
       return kExitScriptError;
     }
     sourceName = kStdinSourceName;
+  } else if (options.movie) {
+    std::cerr << kProgram
+              << ": --movie, --frames and --seconds need a script (a file, -e or "
+                 "standard input), not the interactive message window\n";
+    return kExitUsage;
   } else {
     interactive = true;
   }
@@ -97,6 +117,9 @@ int runMain(int argc, char** argv) {
   }
   int status = interactive ? runRepl(interpreter)
                            : runScriptText(interpreter, text, sourceName, std::cout, std::cerr);
+  bool playing = !interactive && status == kExitSuccess && !interpreter.halted() &&
+                 (options.movie || isMovieScript(interpreter));
+  if (playing) status = playInRealTime(interpreter, options, sourceName);
   interpreter.releaseValues();
   reportLeftovers(*host);
   return status;
