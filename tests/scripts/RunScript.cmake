@@ -1,6 +1,7 @@
 # Runs tonvik on one script and compares what it prints with the files beside the script:
 # NAME.out (standard output, required) and NAME.err (standard error; when present the run must
 # exit with status 1, when absent it must exit 0 and print nothing on standard error).
+# NAME.args, when present, holds options for the tool (`--frames 3` for a movie script).
 #
 # -DTONVIK=<tool> -DSCRIPT=<NAME.ls> -DMODE=file|stdin|inline
 # In stdin and inline modes the script reaches the tool through standard input or -e, and the
@@ -11,18 +12,24 @@ get_filename_component(dir "${SCRIPT}" DIRECTORY)
 get_filename_component(name "${SCRIPT}" NAME_WE)
 get_filename_component(file "${SCRIPT}" NAME)
 
+set(options "")
+if(EXISTS "${dir}/${name}.args")
+  file(READ "${dir}/${name}.args" options)
+  separate_arguments(options UNIX_COMMAND "${options}")
+endif()
+
 if(MODE STREQUAL "stdin")
-  execute_process(COMMAND "${TONVIK}" INPUT_FILE "${SCRIPT}" OUTPUT_VARIABLE out
+  execute_process(COMMAND "${TONVIK}" ${options} INPUT_FILE "${SCRIPT}" OUTPUT_VARIABLE out
                   ERROR_VARIABLE err RESULT_VARIABLE status)
   set(source "-")
 elseif(MODE STREQUAL "inline")
   file(READ "${SCRIPT}" text)
-  execute_process(COMMAND "${TONVIK}" -e "${text}" OUTPUT_VARIABLE out ERROR_VARIABLE err
-                  RESULT_VARIABLE status)
+  execute_process(COMMAND "${TONVIK}" ${options} -e "${text}" OUTPUT_VARIABLE out
+                  ERROR_VARIABLE err RESULT_VARIABLE status)
   set(source "-e")
 else()
-  execute_process(COMMAND "${TONVIK}" "${SCRIPT}" OUTPUT_VARIABLE out ERROR_VARIABLE err
-                  RESULT_VARIABLE status)
+  execute_process(COMMAND "${TONVIK}" ${options} "${SCRIPT}" OUTPUT_VARIABLE out
+                  ERROR_VARIABLE err RESULT_VARIABLE status)
   set(source "${file}")
 endif()
 

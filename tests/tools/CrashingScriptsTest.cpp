@@ -2,21 +2,18 @@
 // Each ends with the right answer and status 0, or with a script error that names what was too
 // deep or too large and status 1: never a signal, a sanitizer report, a leak, or a list or Xtra
 // value left at exit (the tool reports those on standard error, which must then be empty).
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
 #include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
+
+#include "ToolProcess.h"
 
 namespace {
 
-constexpr const char* kTool = TONVIK_TOOL_PATH;
-constexpr const char* kScriptName = "script.ls";
+using namespace tonvik::testing;
+
+// The longest a row may take (a 1 GB string under AddressSanitizer) before it counts as hung.
+constexpr std::chrono::seconds kLongestRun{500};
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kSanitized = true;
@@ -144,50 +141,6 @@ long availableKilobytes() {
   return 0;
 }
 
-std::string slurp(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-struct Outcome {
-  int rawStatus = 0;
-  std::string out;
-  std::string err;
-};
-
-// Runs the tool on `script` from a folder of its own, as `tonvik script.ls`.
-Outcome runTool(const std::string& script, bool limitAddressSpace) {
-  std::string folder = testing::TempDir() + "tonvik-crash-XXXXXX";
-  EXPECT_NE(mkdtemp(folder.data()), nullptr);
-  const std::string scriptPath = folder + "/" + kScriptName;
-  const std::string outPath = folder + "/out";
-  const std::string errPath = folder + "/err";
-  std::ofstream(scriptPath, std::ios::binary) << script;
-  pid_t child = fork();
-  if (child == 0) {
-    int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    if (out < 0 || err < 0 || chdir(folder.c_str()) != 0) _exit(127);
-    dup2(out, STDOUT_FILENO);
-    dup2(err, STDERR_FILENO);
-    if (limitAddressSpace) {
-      rlimit limit{kAddressSpaceLimit, kAddressSpaceLimit};
-      if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(127);
-    }
-    execl(kTool, kTool, kScriptName, static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  Outcome outcome;
-  EXPECT_EQ(waitpid(child, &outcome.rawStatus, 0), child);
-  outcome.out = slurp(outPath);
-  outcome.err = slurp(errPath);
-  for (const std::string& path : {scriptPath, outPath, errPath}) unlink(path.c_str());
-  rmdir(folder.c_str());
-  return outcome;
-}
-
 class CrashingScripts : public testing::TestWithParam<Row> {};
 
 TEST_P(CrashingScripts, EndWithTheAnswerOrAScriptError) {
@@ -199,7 +152,10 @@ TEST_P(CrashingScripts, EndWithTheAnswerOrAScriptError) {
       (kThreadSanitized || availableKilobytes() < kLargeMemoryKilobytes)) {
     GTEST_SKIP() << "needs 4 GB of available memory, without ThreadSanitizer's shadow of it";
   }
-  Outcome outcome = runTool(row.script, row.needs == Needs::AddressSpaceLimit);
+  std::optional<rlim_t> limit;
+  if (row.needs == Needs::AddressSpaceLimit) limit = kAddressSpaceLimit;
+  ToolProcess tool(row.script, {}, limit);
+  Outcome outcome = tool.finish(kLongestRun);
   ASSERT_TRUE(WIFEXITED(outcome.rawStatus))
       << "ended by signal " << WTERMSIG(outcome.rawStatus) << "\n"
       << outcome.err;

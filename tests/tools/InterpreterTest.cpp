@@ -87,7 +87,34 @@ TEST_F(InterpreterTest, StepsTheRunLoopBetweenTopLevelStatementsAndInWait) {
 
 TEST_F(InterpreterTest, HaltEndsTheRunButNotTheInterpreter) {
   EXPECT_EQ(run("on f\n  put 1\n  halt\n  put 2\nend\nf()\nput 3"), "-- 1\n");
+  EXPECT_TRUE(interpreter_->halted());
+  EXPECT_FALSE(interpreter_->quitRequested());
   EXPECT_EQ(run("put 4"), "-- 4\n");
+  EXPECT_FALSE(interpreter_->halted());
+}
+
+// The message window ends when a script quits; a movie stops as for halt.
+TEST_F(InterpreterTest, QuitEndsTheRunAsHaltDoesAndSaysSo) {
+  EXPECT_EQ(run("on f\n  put 1\n  quit\n  put 2\nend\nf()\nput 3"), "-- 1\n");
+  EXPECT_TRUE(interpreter_->halted());
+  EXPECT_TRUE(interpreter_->quitRequested());
+  run("put 4");
+  EXPECT_FALSE(interpreter_->quitRequested());
+}
+
+// The ticks and the milliseconds count from the start, the timer from the last startTimer.
+TEST_F(InterpreterTest, TheTimerCountsTicksFromStartTimer) {
+  EXPECT_EQ(run("wait(200)\nput the timer >= 12, the ticks >= 12, the milliseconds >= 200\n"
+                "startTimer\nput the timer < 12, the ticks >= 12"),
+            "-- 1 1 1\n-- 1 1\n");
+}
+
+TEST_F(InterpreterTest, TheMovieHasOneFramePlayedAtItsTempo) {
+  EXPECT_EQ(run("go to the frame\ngo to frame 1\ngo the frame\ngo loop\ngo(1)\n"
+                "put the frame, the FrameTempo\npuppetTempo 59.6\nput the frameTempo"),
+            "-- 1 30\n-- 60\n");
+  EXPECT_EQ(interpreter_->frameTempo(), 60);
+  EXPECT_EQ(run("go = 5\nput go"), "-- 5\n");
 }
 
 // Limits lowered so that what the real ones stop (a 2 GB string, a list of 16 million) is cheap

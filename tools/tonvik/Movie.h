@@ -9,6 +9,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "ExitStatus.h"
 #include "Interpreter.h"
 
 namespace tonvik {

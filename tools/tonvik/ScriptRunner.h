@@ -5,14 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "ExitStatus.h"
 #include "Interpreter.h"
 #include "ScriptError.h"
 
 namespace tonvik {
-
-constexpr int kExitSuccess = 0;
-constexpr int kExitScriptError = 1;
-constexpr int kExitUsage = 2;
 
 // The exit status: kExitSuccess, or kExitScriptError after writing the error to `err` as
 // "Script error: MESSAGE (SOURCE:LINE)".

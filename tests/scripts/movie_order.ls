@@ -1,0 +1,44 @@
+-- A movie script as the host plays it: the top level, startMovie, then each frame enterFrame
+-- and exitFrame, then stopMovie; globals declared outside the handlers reach every handler.
+global gLog, gFrames
+
+gLog = ["top level"]
+put "top level: the frame", the frame, "tempo", the frameTempo
+
+on startMovie
+  append(gLog, "startMovie")
+  gFrames = 0
+  puppetTempo 60
+  startTimer
+end
+
+on enterFrame
+  global gFrames -- declared again in the handler: the same global
+  gFrames = gFrames + 1
+  append(gLog, "enterFrame" && gFrames)
+end
+
+on exitFrame me
+  append(gLog, "exitFrame" && gFrames)
+  -- Each form keeps playing the one frame.
+  if gFrames = 1 then go to the frame
+  if gFrames = 2 then go to frame 1
+  if gFrames = 3 then go the frame
+  go loop
+end
+
+-- Never called, so what they use is never looked at.
+on mouseUp
+  put the mouseH, the clickOn
+end
+
+on keyDown
+  go to movie "other"
+end
+
+on stopMovie
+  append(gLog, "stopMovie")
+  put gLog
+  put "frames:", gFrames, "the frame:", the frame, "tempo:", the frameTempo
+  put "timer started at startMovie:", the timer <= the ticks
+end

@@ -1,0 +1,81 @@
+// Ctrl-C and SIGTERM sent to a movie that plays until stopped, as a user stops one: play ends at
+// a frame's end, stopMovie runs, every instance is released (the tool says on standard error
+// when a value is left, so standard error must stay empty) and the status is 0. A second signal
+// ends the tool at once, for a stopMovie that never returns.
+#include <gtest/gtest.h>
+
+#include "ToolProcess.h"
+
+namespace {
+
+using namespace tonvik::testing;
+
+// Time for a sanitizer build on a busy machine to start playing, and to stop.
+constexpr std::chrono::seconds kPatience{60};
+
+// Opens both ports on the loopback bus and keeps notes going round it; stopMovie closes the
+// ports but leaves the instance in its global, for the tool to release.
+const std::string kMovie = R"(global gMidi, gFrames
+on startMovie
+  gMidi = new(xtra "Tonvik")
+  gMidi.Init()
+  gMidi.OpenInput(1, 4096)
+  gMidi.OpenOutput(1)
+  gFrames = 0
+end
+on exitFrame
+  gFrames = gFrames + 1
+  gMidi.SendMessage([#noteOn, 1, 60, 100])
+  received = gMidi.GetPendingMessages()
+  if gFrames = 3 then put "playing"
+  go to the frame
+end
+on stopMovie
+  put "stopMovie", gMidi.CloseInput().code, gMidi.CloseOutput().code
+  put "values held:", hostLiveValues() > 0
+end
+)";
+
+struct SignalCase {
+  std::string name;
+  int signal;
+};
+
+class StoppingAMovie : public testing::TestWithParam<SignalCase> {};
+
+TEST_P(StoppingAMovie, RunsStopMovieAndReleasesEverything) {
+  ToolProcess tool(kMovie, {});
+  ASSERT_TRUE(tool.waitForOutput("playing", kPatience));
+  tool.signal(GetParam().signal);
+  Outcome outcome = tool.finish(kPatience);
+  ASSERT_TRUE(WIFEXITED(outcome.rawStatus)) << "ended by signal " << WTERMSIG(outcome.rawStatus);
+  EXPECT_EQ(WEXITSTATUS(outcome.rawStatus), 0);
+  EXPECT_EQ(outcome.out, "-- \"playing\"\n-- \"stopMovie\" 0 0\n-- \"values held:\" 1\n");
+  EXPECT_EQ(outcome.err, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(MessageWindow, StoppingAMovie,
+                         testing::Values(SignalCase{"CtrlC", SIGINT},
+                                         SignalCase{"Terminate", SIGTERM}),
+                         [](const testing::TestParamInfo<SignalCase>& info) {
+                           return info.param.name;
+                         });
+
+TEST(StoppingAMovie, SecondCtrlCEndsAStopMovieThatNeverReturns) {
+  ToolProcess tool(
+      "on exitFrame\n  put \"playing\"\n  halt\nend\n"
+      "on stopMovie\n  put \"stopping\"\n  repeat while 1\n  end repeat\nend\n",
+      {"--movie"});
+  ASSERT_TRUE(tool.waitForOutput("stopping", kPatience));
+  // Again and again: two signals sent at once may arrive as one.
+  auto deadline = std::chrono::steady_clock::now() + kPatience;
+  do {
+    tool.signal(SIGINT);
+  } while (!tool.endsWithin(std::chrono::milliseconds(100)) &&
+           std::chrono::steady_clock::now() < deadline);
+  Outcome outcome = tool.finish(kPatience);
+  ASSERT_TRUE(WIFSIGNALED(outcome.rawStatus));
+  EXPECT_EQ(WTERMSIG(outcome.rawStatus), SIGINT);
+}
+
+}  // namespace
