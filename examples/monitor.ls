@@ -1,23 +1,35 @@
--- Prints every message that arrives on input port 1 for a few seconds.
--- Run it with: build/bin/tonvik examples/monitor.ls  (or --midi jack for real MIDI)
+-- Monitor: prints every message that arrives on input port 1. A movie script, played the way
+-- the host plays a movie of one frame: startMovie opens the input, every frame's exitFrame
+-- prints what came in, and stopMovie closes it when you press Ctrl-C.
+-- Run it with: build/bin/tonvik examples/monitor.ls  (or --midi jack for real MIDI;
+-- --seconds 5 stops it by itself)
+-- On the virtual MIDI system only a script plays into input 1; examples/echo.ls makes its own
+-- traffic.
 
-seconds = 5
-midi = new(xtra "Tonvik")
-put midi.Init()
-put "Input ports:", midi.GetInputPorts()
-result = midi.OpenInput(1, 65536)
-if result.code <> 0 then
-  put "Cannot open input 1:", result
-else
-  put "Listening for", seconds, "seconds"
-  stopAt = the milliseconds + seconds * 1000
-  repeat while the milliseconds < stopAt
-    repeat with message in midi.GetPendingMessages()
-      put message
-    end repeat
-    if midi.InputOverflowed() then put "(messages were lost: the queue was full)"
-    wait(10)
+global gMidi
+
+on startMovie
+  gMidi = new(xtra "Tonvik")
+  put gMidi.Init()
+  put "Input ports:", gMidi.GetInputPorts()
+  result = gMidi.OpenInput(1, 65536)
+  if result.code <> 0 then
+    put "Cannot open input 1:", result
+    halt
+  end if
+  put "Listening; Ctrl-C stops"
+end
+
+on exitFrame
+  repeat with message in gMidi.GetPendingMessages()
+    put message
   end repeat
-  midi.CloseInput()
-end if
-midi = 0
+  if gMidi.InputOverflowed() then put "(messages were lost: the queue was full)"
+  go to the frame
+end
+
+on stopMovie
+  gMidi.CloseInput()
+  gMidi = 0
+  put "Stopped"
+end
