@@ -1,7 +1,9 @@
-// The message window's interpreter on arbitrary text, parsed and run. Loops end at a step and
+// The message window's interpreter on arbitrary text, parsed and run, and played for a few
+// frames when it is a movie script (on a clock that never sleeps). Loops end at a step and
 // time budget, text and lists are held small, and this target's operator new refuses to hold
 // more than a few megabytes, so every input ends, often with "Out of memory". A script error is
 // the only failure allowed; once the interpreter is gone no list may be left.
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +14,7 @@
 #include "FuzzInput.h"
 #include "Interpreter.h"
 #include "Limits.h"
+#include "Movie.h"
 #include "ReplacedNew.h"
 #include "ScriptError.h"
 
@@ -21,6 +24,25 @@ constexpr std::uint64_t kStepBudget = 5000;
 constexpr std::chrono::milliseconds kTimeBudget{2000};
 constexpr std::size_t kMemoryBudget = std::size_t{64} << 20;
 constexpr tonvik::ValueLimits kSmallValues{.maxStringLength = 1 << 14, .maxListGrowth = 1 << 8};
+// A movie plays this many frames, each handler within this time, so that the whole input stays
+// well inside libFuzzer's timeout: startMovie, three frames of two handlers, stopMovie.
+constexpr std::uint64_t kFramesPlayed = 3;
+constexpr std::chrono::milliseconds kHandlerTimeBudget{250};
+
+// Frames follow one another at once: the clock jumps to each frame's time.
+class InstantHost final : public tonvik::MovieHost {
+ public:
+  tonvik::MovieClock::time_point now() override { return now_; }
+  bool waitUntil(tonvik::MovieClock::time_point deadline) override {
+    now_ = std::max(now_, deadline);
+    return false;
+  }
+  bool stopRequested() override { return false; }
+  void runRunLoop() override {}
+
+ private:
+  tonvik::MovieClock::time_point now_{};
+};
 
 }  // namespace
 
@@ -43,6 +65,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::memory_order_relaxed);
     try {
       interpreter.run(text);
+      if (!interpreter.halted() && tonvik::isMovieScript(interpreter)) {
+        interpreter.setTimeLimit(kHandlerTimeBudget);
+        InstantHost host;
+        tonvik::playMovie(interpreter, host, tonvik::PlayLimits{kFramesPlayed}, "fuzz", nowhere,
+                          nowhere);
+      }
     } catch (const tonvik::ScriptError&) {
     }
     // The interpreter goes with the budget still in force: letting go must need no memory.

@@ -1,9 +1,14 @@
--- A movie script as the host plays it: the top level, startMovie, then each frame enterFrame
--- and exitFrame, then stopMovie; globals declared outside the handlers reach every handler.
+-- A movie script as the host plays it: the top level, prepareMovie and startMovie, then each
+-- frame prepareFrame, enterFrame and exitFrame, then stopMovie; globals declared outside the
+-- handlers reach every handler.
 global gLog, gFrames
 
 gLog = ["top level"]
 put "top level: the frame", the frame, "tempo", the frameTempo
+
+on prepareMovie
+  append(gLog, "prepareMovie")
+end
 
 on startMovie
   append(gLog, "startMovie")
@@ -12,9 +17,13 @@ on startMovie
   startTimer
 end
 
-on enterFrame
+on prepareFrame
   global gFrames -- declared again in the handler: the same global
   gFrames = gFrames + 1
+  append(gLog, "prepareFrame" && gFrames)
+end
+
+on enterFrame
   append(gLog, "enterFrame" && gFrames)
 end
 

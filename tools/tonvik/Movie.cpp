@@ -79,7 +79,7 @@ class Player {
         limits.time.count() > 0 ? start + limits.time : MovieClock::time_point::max();
     FrameSchedule schedule(start, interpreter_.frameTempo());
     for (std::uint64_t played = 0; !host_.stopRequested();) {
-      if (!handle("enterFrame")) return;
+      if (!handle("prepareFrame") || !handle("enterFrame")) return;
       host_.runRunLoop();
       if (!handle("exitFrame")) return;
       // No value is being evaluated between frames, so every list not reachable from a variable
@@ -111,7 +111,7 @@ class Player {
 int playMovie(Interpreter& interpreter, MovieHost& host, const PlayLimits& limits,
               const std::string& sourceName, std::ostream& out, std::ostream& err) {
   Player player(interpreter, host, sourceName, out, err);
-  if (player.handle("startMovie")) player.playFrames(limits);
+  if (player.handle("prepareMovie") && player.handle("startMovie")) player.playFrames(limits);
   player.handle("stopMovie");
   out.flush();
   return player.status();

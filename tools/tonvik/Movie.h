@@ -1,6 +1,6 @@
-// Plays a movie script the way the host plays a movie of one frame: startMovie, then frames at
-// the movie's tempo (enterFrame, the run loop, exitFrame) until something stops play, then
-// stopMovie.
+// Plays a movie script the way the host plays a movie of one frame: prepareMovie and
+// startMovie, then frames at the movie's tempo (prepareFrame, enterFrame, the run loop,
+// exitFrame) until something stops play, then stopMovie.
 #pragma once
 
 #include <chrono>
@@ -76,11 +76,11 @@ class FrameSchedule {
 // Whether the scripts run so far make a movie: one of them defines enterFrame or exitFrame.
 bool isMovieScript(const Interpreter& interpreter);
 
-// Plays, once the script's top-level statements have run: calls startMovie, plays frames, and
-// calls stopMovie however play stopped (`halt` or `quit`, a stop requested through `host`, a
-// limit, or a script error in a handler), each handler only if the script defines it. A script
-// error is written to `err` as "Script error: MESSAGE (SOURCE:LINE)" and play stops. Returns
-// kExitSuccess, or kExitScriptError when a handler stopped with a script error.
+// Plays, once the script's top-level statements have run: calls prepareMovie and startMovie,
+// plays frames, and calls stopMovie however play stopped (`halt` or `quit`, a stop requested
+// through `host`, a limit, or a script error in a handler), each handler only if the script defines
+// it. A script error is written to `err` as "Script error: MESSAGE (SOURCE:LINE)" and play stops.
+// Returns kExitSuccess, or kExitScriptError when a handler stopped with a script error.
 int playMovie(Interpreter& interpreter, MovieHost& host, const PlayLimits& limits,
               const std::string& sourceName, std::ostream& out, std::ostream& err);
 
