@@ -19,8 +19,9 @@ namespace tonvik {
 
 namespace {
 
+constexpr int kMillisecondsPerSecond = 1000;
 // A day: longer waits are cut to this, so that no value can overflow the clock's arithmetic.
-constexpr double kMaxWaitMilliseconds = 24.0 * 60 * 60 * 1000;
+constexpr double kMaxWaitMilliseconds = 24.0 * 60 * 60 * kMillisecondsPerSecond;
 
 std::string hexStatus(XtraStatus status) {
   char text[sizeof("0x00000000")];
