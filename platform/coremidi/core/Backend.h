@@ -31,6 +31,9 @@ class Backend {
 
   // A client is about to be made; a status other than noErr refuses it (no engine to talk to).
   virtual OSStatus clientCreating() { return noErr; }
+  // False while the engine behind the backend is gone (a JACK server that stopped): clients
+  // made before then report themselves offline until it runs again.
+  virtual bool engineRuns() { return true; }
   // A client port was made or is going; a failed creation is undone by the system.
   virtual OSStatus portCreated(MIDIPortRef /*port*/, bool /*isInput*/) { return noErr; }
   virtual void portDisposed(MIDIPortRef /*port*/) {}
