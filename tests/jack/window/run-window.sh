@@ -59,11 +59,23 @@ start_server() {
   cat "$work/jackd.log" >&2
   exit 1
 }
+wait_ports() {  # until JACK lists every port named, so a script finds them at its first listing
+  for _ in $(seq 200); do
+    local listed missing=0
+    listed=$("$JACK_LSP" 2>/dev/null)
+    for port in "$@"; do grep -qxF "$port" <<<"$listed" || missing=1; done
+    [ "$missing" -eq 0 ] && return 0
+    sleep 0.05
+  done
+  echo "JACK never listed $*" >&2
+  exit 1
+}
 start_peers() {
   "$JACK_MIDISEQ" seq 24000 0 60 6000 >/dev/null 2>&1 &
   seq_pid=$!
   "$JACK_MIDI_DUMP" >>"$work/dump.txt" 2>/dev/null &
   dump_pid=$!
+  wait_ports seq:out midi-monitor:input
 }
 stop_peers() {
   stop "$seq2_pid"; stop "$seq_pid"; stop "$dump_pid"
