@@ -45,6 +45,11 @@ class Backend {
   // False when there was no such connection. Returns once no read procedure of it runs.
   virtual bool disconnectInput(MIDIPortRef /*port*/, MIDIEndpointRef /*source*/) { return false; }
 
+  // A system-exclusive request to `destination` was accepted, on the sender's thread; its pieces
+  // reach deliver later, on the system-exclusive thread. A backend that sends through ports of
+  // its own picks the port here, in the order in which requests were made.
+  virtual void sysexRequested(MIDIEndpointRef /*destination*/) {}
+
   // How far ahead of its time stamp a packet is handed to deliver; 0: at its time. A backend
   // that places packets within its own periods wants them early.
   virtual MIDITimeStamp deliveryLead() const { return 0; }

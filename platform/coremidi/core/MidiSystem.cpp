@@ -224,6 +224,7 @@ OSStatus MidiSystem::sendSysex(MIDISysexSendRequest* request) {
     }
   }
   if (failures_.consume(midisystem::Failure::SendSysex)) return kMIDIMessageSendErr;
+  backend_->sysexRequested(request->destination);
   sysex_.submit(request, failures_.consume(midisystem::Failure::SysexComplete));
   return noErr;
 }

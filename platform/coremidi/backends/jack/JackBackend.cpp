@@ -1,6 +1,7 @@
 #include "JackBackend.h"
 
 #include <jack/metadata.h>
+#include <jack/session.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <string_view>
 #include <utility>
 
 #include "HostClock.h"
@@ -55,6 +57,40 @@ std::string serverName() {
   return name && *name ? name : "default";
 }
 
+// Names tried after the plain one, numbered as jackd numbers a client whose name is taken.
+constexpr int kClientNameNumbers = 99;
+
+// True when a client older than `client` has its name. jackd never hands out such a name (it
+// numbers the newcomer); PipeWire does, and then lists the ports of both clients under the same
+// names, so that a connection by name can reach the wrong one.
+bool nameHeldByAnother(jack_client_t* client) {
+  char* first = jack_get_uuid_for_client_name(client, jack_get_client_name(client));
+  char* own = jack_client_get_uuid(client);
+  const bool another = first && own && std::string_view(first) != own;
+  jack_free(first);
+  jack_free(own);
+  return another;
+}
+
+// A client with a name of its own: the plain name, else "NAME-01", "NAME-02", ...; null if no
+// server runs.
+jack_client_t* openClient(const char* plainName) {
+  for (int number = 0; number <= kClientNameNumbers; ++number) {
+    char name[64];
+    if (number == 0) {
+      std::snprintf(name, sizeof name, "%s", plainName);
+    } else {
+      std::snprintf(name, sizeof name, "%s-%02d", plainName, number);
+    }
+    jack_status_t status{};
+    jack_client_t* client = jack_client_open(name, JackNoStartServer, &status);
+    if (!client) return nullptr;
+    if (!nameHeldByAnother(client)) return client;
+    jack_client_close(client);
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 JackBackend::JackBackend() : joiner_(kWholeMessageLimit) {}
@@ -85,8 +121,7 @@ void JackBackend::start(coremidi::MidiSystem& system) {
 }
 
 bool JackBackend::open() {
-  jack_status_t status{};
-  client_ = jack_client_open(kClientName, JackNoStartServer, &status);
+  client_ = openClient(kClientName);
   if (!client_) return false;
   serverGone_.store(false, std::memory_order_release);
   toldNotRunning_ = false;
@@ -247,7 +282,16 @@ bool JackBackend::connectPorts(const char* from, const char* to) {
   const auto deadline = std::chrono::steady_clock::now() + kConnectPatience;
   for (;;) {
     const int status = jack_connect(client_, from, to);
-    if (status == 0 || status == EEXIST) return true;
+    if (status == 0 || status == EEXIST) {
+      // PipeWire may answer before the connection carries anything; what is sent next must not
+      // go to nobody.
+      jack_port_t* port = jack_port_by_name(client_, from);
+      while (port && !jack_port_connected_to(port, to) &&
+             std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(kConnectRetryStep);
+      }
+      return true;
+    }
     // Only a refusal while both ports exist may pass: their client is not active yet.
     if (std::chrono::steady_clock::now() > deadline || !jack_port_by_name(client_, from) ||
         !jack_port_by_name(client_, to)) {
@@ -257,15 +301,14 @@ bool JackBackend::connectPorts(const char* from, const char* to) {
   }
 }
 
+// The listener is published before the connection is made, so that the first events the source
+// sends through it already reach the read procedure.
 OSStatus JackBackend::connectInput(const coremidi::InputConnection& connection) {
   std::lock_guard lock(controlMutex_);
   OwnPort* own = ownPort(connection.port);
   if (!own || !own->isInput) return kMIDIInvalidPort;
   const PeerPort* peer = peerOf(connection.source);
   if (!client_ || !peer || !own->jackPort) return kMIDIUnknownEndpoint;
-  if (!connectPorts(peer->fullName.c_str(), jack_port_name(own->jackPort))) {
-    return kMIDINotPermitted;
-  }
   auto listener = std::make_unique<Listener>(
       Listener{connection.readProc, connection.portRefCon, connection.connectionRefCon});
   auto& connections = own->connections;
@@ -278,8 +321,21 @@ OSStatus JackBackend::connectInput(const coremidi::InputConnection& connection) 
     connections.emplace_back(connection.source, std::move(listener));
   }
   publishListener(*own);
+  OSStatus status = noErr;
+  if (!connectPorts(peer->fullName.c_str(), jack_port_name(own->jackPort))) {
+    status = kMIDINotPermitted;
+    const auto made = std::find_if(connections.begin(), connections.end(),
+                                   [&](const auto& c) { return c.first == connection.source; });
+    if (retired) {
+      std::swap(made->second, retired);  // the connection as it was
+    } else {
+      retired = std::move(made->second);
+      connections.erase(made);
+    }
+    publishListener(*own);
+  }
   quiesce();  // before the retired listener goes
-  return noErr;
+  return status;
 }
 
 bool JackBackend::disconnectInput(MIDIPortRef port, MIDIEndpointRef source) {
@@ -319,6 +375,15 @@ void JackBackend::quiesce() {
   }
 }
 
+// The port is chosen, and connected, when the request is made rather than when its transfer runs:
+// by then another instance may have made a port that would be chosen instead.
+void JackBackend::sysexRequested(MIDIEndpointRef destination) {
+  std::lock_guard lock(controlMutex_);
+  if (OwnPort* own = senderFor(0, destination); own && !own->isInput) {
+    connectOutput(*own, destination);
+  }
+}
+
 MIDITimeStamp JackBackend::deliveryLead() const {
   return coremidi::nanosToHostTime(kDeliveryLeadNanos);
 }
@@ -347,7 +412,13 @@ bool JackBackend::connectOutput(OwnPort& own, MIDIEndpointRef destination) {
   if (const PeerPort* previous = peerOf(own.destination)) {
     jack_disconnect(client_, ours, previous->fullName.c_str());
   }
-  if (!connectPorts(ours, peer->fullName.c_str())) return false;
+  if (!connectPorts(ours, peer->fullName.c_str())) {
+    std::fprintf(
+        stderr,
+        "JACK backend: JACK refused to connect \"%s\" to \"%s\"; what goes there is dropped.\n",
+        ours, peer->fullName.c_str());
+    return false;
+  }
   own.destination = destination;
   return true;
 }

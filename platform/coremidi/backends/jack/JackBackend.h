@@ -52,6 +52,7 @@ class JackBackend : public coremidi::Backend {
   bool readsInputPorts() const override { return true; }
   OSStatus connectInput(const coremidi::InputConnection& connection) override;
   bool disconnectInput(MIDIPortRef port, MIDIEndpointRef source) override;
+  void sysexRequested(MIDIEndpointRef destination) override;
   MIDITimeStamp deliveryLead() const override;
   void deliver(MIDIPortRef port, MIDIEndpointRef destination,
                const MIDIPacketList* packets) override;
@@ -165,6 +166,7 @@ class JackBackend : public coremidi::Backend {
     void* buffer = nullptr;
     std::uint32_t generation = 0;
     std::size_t emptyRoom = 0;
+    std::size_t spent = 0;  // what this cycle's events cost the buffer (see costOf)
     jack_nframes_t lastFrame = 0;
   };
   std::array<CyclePort, kMaxPorts> cyclePorts_{};

@@ -12,6 +12,24 @@
 namespace jackmidi {
 namespace {
 
+// PipeWire's libjack carries a period's events on in a buffer of the size JACK reports, where each
+// event costs 16 bytes beside its bytes padded to 8; events that do not all fit lose the period,
+// and an event that fills the buffer to the last byte crashes the client (PipeWire 0.3.65). Every
+// port's events are kept within that cost, whatever the server: it leaves jackd room for more
+// than 1300 messages a period.
+constexpr std::size_t kEventCost = 16;
+constexpr std::size_t kPadding = 8;
+
+std::size_t costOf(std::size_t size) {
+  return kEventCost + (size + kPadding - 1) / kPadding * kPadding;
+}
+
+// The most bytes one more event may carry when `spent` of `capacity` is taken.
+std::size_t largestEvent(std::size_t capacity, std::size_t spent) {
+  if (spent + kEventCost >= capacity) return 0;
+  return (capacity - spent - kEventCost) / kPadding * kPadding;
+}
+
 MIDITimeStamp hostTimeOf(jack_time_t jackMicros, std::int64_t offsetNanos) {
   const auto nanos = static_cast<std::int64_t>(jackMicros) * 1000 + offsetNanos;
   return coremidi::nanosToHostTime(static_cast<UInt64>(std::max<std::int64_t>(nanos, 1)));
@@ -121,18 +139,20 @@ void JackBackend::drain(SendQueue& queue, bool timed, const Cycle& cycle, std::i
       return;  // a port newer than the cycle
     frame = std::min(std::max(frame, taken.lastFrame), cycle.frames - 1);
     const std::size_t left = header.size - queue.written;
-    const std::size_t room = jack_midi_max_event_size(taken.buffer);
+    const std::size_t room = std::min(jack_midi_max_event_size(taken.buffer),
+                                      largestEvent(taken.emptyRoom, taken.spent));
     std::size_t piece = left;
     if (left > room) {
       // Only a message that no period's buffer takes whole goes out in pieces, as much of it as
       // each period takes; anything else waits for a period with room for all of it.
-      if (left <= taken.emptyRoom || room == 0) return;
+      if (left <= largestEvent(taken.emptyRoom, 0) || room == 0) return;
       piece = room;
     }
     jack_midi_data_t* place = jack_midi_event_reserve(taken.buffer, frame, piece);
     if (!place) return;
     ring.peek(place, piece, sizeof header + queue.written);
     taken.lastFrame = frame;
+    taken.spent += costOf(piece);
     queue.written += piece;
     if (queue.written < header.size) return;  // the buffer is full
     skipRecord(ring, header);
