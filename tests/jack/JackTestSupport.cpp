@@ -1,12 +1,15 @@
 #include "JackTestSupport.h"
 
+#include <gtest/gtest.h>
 #include <jack/midiport.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
 #include "JackRecords.h"
 #include "JackTsan.h"
+#include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
@@ -52,6 +55,99 @@ jackrig::JackServer& server() {
   return server;
 }
 
+void useServer(bool mustOwn) {
+  ASSERT_TRUE(server().start(mustOwn)) << "no JACK server";
+  ASSERT_TRUE(midisystem::selectBackend("jack"));
+}
+
+CFStringRef text(const char* value) {
+  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
+}
+
+std::vector<Byte> sysexOf(std::size_t length) {
+  std::vector<Byte> bytes(length);
+  for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<Byte>(i % 0x80);
+  bytes.front() = 0xF0;
+  bytes.back() = 0xF7;
+  return bytes;
+}
+
+void Inbox::read(const MIDIPacketList* list, void* self, void*) {
+  auto* inbox = static_cast<Inbox*>(self);
+  std::lock_guard lock(inbox->mutex);
+  const MIDIPacket* packet = list->packet;
+  for (UInt32 i = 0; i < list->numPackets; ++i) {
+    inbox->packets.emplace_back(packet->data, packet->data + packet->length);
+    packet = MIDIPacketNext(packet);
+  }
+}
+
+std::vector<std::vector<Byte>> Inbox::taken() {
+  std::lock_guard lock(mutex);
+  return packets;
+}
+
+bool Inbox::has(const std::vector<Byte>& wanted) {
+  const auto all = taken();
+  return std::find(all.begin(), all.end(), wanted) != all.end();
+}
+
+std::vector<Byte> Inbox::joined() {
+  std::vector<Byte> all;
+  for (const auto& packet : taken()) all.insert(all.end(), packet.begin(), packet.end());
+  return all;
+}
+
+void Inbox::clear() {
+  std::lock_guard lock(mutex);
+  packets.clear();
+}
+
+Listener::Listener() {
+  CFStringRef name = text("test");
+  EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
+  EXPECT_EQ(MIDIInputPortCreate(client, name, Inbox::read, &inbox, &input), noErr);
+  EXPECT_EQ(MIDIOutputPortCreate(client, name, &output), noErr);
+  CFRelease(name);
+}
+
+Listener::~Listener() {
+  MIDIClientDispose(client);
+}
+
+void Listener::send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at) {
+  alignas(8) Byte storage[1024];
+  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
+  MIDIPacket* packet = MIDIPacketListInit(list);
+  MIDIPacketListAdd(list, sizeof storage, packet, at, bytes.size(), bytes.data());
+  ASSERT_EQ(MIDISend(output, destination, list), noErr);
+}
+
+SysexRequest::SysexRequest(MIDIEndpointRef destination, std::vector<Byte> message)
+    : bytes(std::move(message)) {
+  request.destination = destination;
+  request.data = bytes.data();
+  request.bytesToSend = static_cast<UInt32>(bytes.size());
+  request.completionProc = [](MIDISysexSendRequest* done) {
+    static_cast<SysexRequest*>(done->completionRefCon)->completed.store(true);
+  };
+  request.completionRefCon = this;
+}
+
+Probe::Probe() {
+  jack_status_t status{};
+  client = jack_client_open("probe", JackNoStartServer, &status);
+}
+
+Probe::~Probe() {
+  if (client) jack_client_close(client);
+}
+
+bool Probe::connected(const std::string& from, const std::string& to) {
+  jack_port_t* port = jack_port_by_name(client, from.c_str());
+  return port && jack_port_connected_to(port, to.c_str());
+}
+
 MIDIEndpointRef sourceOf(const std::string& client, const std::string& port) {
   return endpointOf(client, port, MIDIGetNumberOfSources, MIDIGetSource);
 }
@@ -91,6 +187,18 @@ void Peer::send(const std::vector<Byte>& event) {
   if (!jackmidi::writeRecord(outbound_, header, event.data())) {
     throw std::runtime_error("peer's send ring is full");
   }
+}
+
+void Peer::sendTogether(const std::vector<std::vector<Byte>>& events) {
+  std::vector<unsigned char> packed;
+  for (const auto& event : events) {
+    const jackmidi::RecordHeader header{0, 0, static_cast<std::uint32_t>(event.size())};
+    const auto* bytes = reinterpret_cast<const unsigned char*>(&header);
+    packed.insert(packed.end(), bytes, bytes + sizeof header);
+    packed.insert(packed.end(), event.begin(), event.end());
+  }
+  if (outbound_.writeSpace() < packed.size()) throw std::runtime_error("peer's send ring is full");
+  outbound_.writeTwo(packed.data(), packed.size(), packed.data(), 0);
 }
 
 std::vector<std::vector<Byte>> Peer::received() {
