@@ -1,12 +1,18 @@
 // The script's side of the queue: records decoded into Lingo lists by GetNextMessage and
 // GetPendingMessages, beside the host value operations alone that the same lists cost, so that
-// scripts/bench can tell how much of the drain is ours and how much the host's.
+// scripts/bench can tell how much of the drain is ours and how much the host's; and single drains
+// while a sender floods the receive path.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <thread>
 #include <vector>
 
 #include "BenchPlatform.h"
+#include "RoundTrip.h"
 
 namespace {
 
@@ -78,6 +84,73 @@ void BM_GetPendingMessages_Sysex1K(benchmark::State& state) {
   getPendingMessages(state, fillSysex, kSysexBurst);
 }
 BENCHMARK(BM_GetPendingMessages_Sysex1K)->Unit(benchmark::kMillisecond);
+
+// A sender thread feeds the receive path 100 000 note-ons a second, in batches of 1 ms, while the
+// host thread drains the queue once per 60 Hz frame, as a script does: how long single
+// GetPendingMessages calls take and how many messages each returns. Wall time: the sender runs
+// on the other core.
+void BM_GetPendingMessages_Flood(benchmark::State& state) {
+  using Clock = std::chrono::steady_clock;
+  constexpr double kMessagesPerSecond = 100000;
+  constexpr auto kBatch = std::chrono::milliseconds(1);
+  constexpr auto kFrame = std::chrono::microseconds(16667);
+  constexpr auto kRun = std::chrono::seconds(2);
+  director::ValueStore store;
+  bench::BenchPlatform platform(store);
+  platform.OpenInput(0, kRingBytes);
+  std::vector<double> callMicros;
+  std::vector<double> perCall;
+  std::uint64_t sent = 0;
+  std::int64_t drained = 0;
+  for (auto _ : state) {
+    std::atomic<bool> stop{false};
+    std::thread sender([&] {
+      const Clock::time_point start = Clock::now();
+      for (Clock::time_point next = start + kBatch; !stop.load(std::memory_order_relaxed);
+           next += kBatch) {
+        std::this_thread::sleep_until(next);
+        const auto due = static_cast<std::uint64_t>(
+            std::chrono::duration<double>(Clock::now() - start).count() * kMessagesPerSecond);
+        for (; sent < due; ++sent) {
+          platform.ReceiveShortMessage(static_cast<std::uint8_t>(0x90 | (sent & 0x0F)),
+                                       static_cast<std::uint8_t>(sent & 0x7F), 100,
+                                       static_cast<std::uint32_t>(sent));
+        }
+      }
+    });
+    double drainSeconds = 0;
+    const Clock::time_point end = Clock::now() + kRun;
+    for (Clock::time_point frame = Clock::now() + kFrame; frame < end; frame += kFrame) {
+      std::this_thread::sleep_until(frame);
+      LingoValue messages = store.makeLinearList();
+      const Clock::time_point begin = Clock::now();
+      platform.GetPendingMessages(&messages);
+      const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+      drainSeconds += seconds;
+      callMicros.push_back(seconds * 1e6);
+      perCall.push_back(store.count(messages));
+      drained += store.count(messages);
+      store.release(messages);
+    }
+    stop.store(true, std::memory_order_relaxed);
+    sender.join();
+    state.SetIterationTime(drainSeconds);
+  }
+  state.counters["max_call_us"] = *std::max_element(callMicros.begin(), callMicros.end());
+  state.counters["p50_call_us"] = bench::percentile(callMicros, 0.50);
+  state.counters["max_messages"] = *std::max_element(perCall.begin(), perCall.end());
+  state.counters["p50_messages"] = bench::percentile(perCall, 0.50);
+  state.counters["sent_per_second"] = static_cast<double>(sent) /
+                                      std::chrono::duration<double>(kRun).count() /
+                                      static_cast<double>(state.iterations());
+  state.counters["overflowed"] = platform.InputOverflowed() ? 1 : 0;
+  state.SetItemsProcessed(drained);
+  platform.FlushInput();
+}
+BENCHMARK(BM_GetPendingMessages_Flood)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 // The host operations that GetPendingMessages makes for a note-on, and nothing else: the floor
 // that any decoder into these lists pays.

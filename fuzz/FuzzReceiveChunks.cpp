@@ -37,6 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::uint32_t time = 0;
     while (!input.empty()) {
       time += input.byte();
+      instance.time = static_cast<std::int32_t>(time);  // continuation chunks read the clock
       const auto operation = static_cast<Operation>(input.byte() % kOperationCount);
       switch (operation) {
         case kShort: {

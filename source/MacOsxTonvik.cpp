@@ -106,11 +106,14 @@ std::int32_t MacOsxTonvik::elapsedMilliseconds(std::uint64_t elapsedNanos) {
 }
 
 std::int32_t MacOsxTonvik::GetTime() {
-  return elapsedMilliseconds(hostNanosNow() - timerBaseNanos_.load(std::memory_order_relaxed));
+  // The base first, then the clock: a base that ResetTimer stores meanwhile is missed, never
+  // later than the clock read, so the difference cannot wrap.
+  const std::uint64_t base = timerBaseNanos_.load(std::memory_order_acquire);
+  return elapsedMilliseconds(hostNanosNow() - base);
 }
 
 void MacOsxTonvik::ResetTimer() {
-  timerBaseNanos_.store(hostNanosNow(), std::memory_order_relaxed);
+  timerBaseNanos_.store(hostNanosNow(), std::memory_order_release);
 }
 
 double MacOsxTonvik::currentTimeSeconds() {

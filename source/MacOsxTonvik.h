@@ -63,8 +63,9 @@ class MacOsxTonvik : public TonvikBase, public MidiConsumer, public TimeSource {
   void reclaimSysexRecords();
 
   bool isInitialised_;
-  // Written by ResetTimer on the host thread and read by GetTime on the receive thread too; the
-  // value stands alone, so relaxed order is enough.
+  // Written by ResetTimer on the host thread and read by GetTime on the receive thread too.
+  // Release and acquire order the clock read that made a base before any clock read of a
+  // GetTime that sees it, so no reading is older than its base.
   std::atomic<std::uint64_t> timerBaseNanos_;
   SysexSendRecord* sysexRecords_;
   MIDIClientRef midiClient_;

@@ -103,6 +103,7 @@ TonvikBase::TonvikBase(HostValueInterface* valueInterface, HostListInterface* li
       inputWriteIndex_(0),
       sysexWriteIndex_(0),
       sysexTimestamp_(0),
+      sysexLastChunkTime_(0),
       sysexInProgress_(false),
       inputOverflowed_(0),
       sysexEndMarks_(nullptr),

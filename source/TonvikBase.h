@@ -122,6 +122,9 @@ class TonvikBase {
   };
 
   static constexpr std::uint32_t kHeldMessageCapacity = 64;
+  // A system-exclusive message that has sent nothing for longer than this while other messages
+  // arrive is taken to be broken: its sender died or lost the end.
+  static constexpr std::uint32_t kSysexSilenceLimitMs = 500;
   static constexpr int kFilterBytes = 16;
 
   void InitSymbols();
@@ -147,6 +150,12 @@ class TonvikBase {
   // caller has found room for, and publishes it.
   void PublishShortRecord(std::uint32_t start, const std::uint8_t* bytes, std::uint32_t length,
                           std::uint32_t timestamp);
+  // Publishes at the write position if there is room, else raises the overflow flag.
+  void PublishShortRecordOrMarkOverflow(const std::uint8_t* bytes, std::uint32_t length,
+                                        std::uint32_t timestamp);
+  // Adds a chunk to the message being assembled, which the caller has checked; `timestamp` is
+  // when it arrived.
+  void AppendSysexChunk(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t timestamp);
   void CompleteSysex();
   void EndSysexAssembly();
   void ClearSysexEndMarks(std::uint32_t from, std::uint32_t to);
@@ -156,6 +165,8 @@ class TonvikBase {
 
   // Queue, consumer side.
   std::uint8_t ByteAt(std::uint32_t position) const;
+  // GetNextMessage for a queue that ends at `write`, a write index loaded with acquire.
+  void TakeMessage(LingoValue* message, std::uint32_t read, std::uint32_t write);
   std::uint32_t DecodeRecord(std::uint32_t position, std::uint32_t end, LingoValue* message,
                              bool* recognised);
   std::uint32_t DecodeControlChange(std::uint32_t position, std::uint8_t status,
@@ -282,6 +293,7 @@ class TonvikBase {
   std::atomic<std::uint32_t> inputWriteIndex_;
   std::uint32_t sysexWriteIndex_;
   std::uint32_t sysexTimestamp_;
+  std::uint32_t sysexLastChunkTime_;
   bool sysexInProgress_;
   std::atomic<std::uint8_t> inputOverflowed_;
   std::atomic<std::uint8_t> statusFilter_[kFilterBytes];

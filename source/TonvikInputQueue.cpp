@@ -204,9 +204,29 @@ void TonvikBase::PublishShortRecord(std::uint32_t start, const std::uint8_t* byt
   inputWriteIndex_.store(end, std::memory_order_release);
 }
 
+void TonvikBase::PublishShortRecordOrMarkOverflow(const std::uint8_t* bytes, std::uint32_t length,
+                                                  std::uint32_t timestamp) {
+  const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
+  if (HasShortRecordRoom(start)) {
+    PublishShortRecord(start, bytes, length, timestamp);
+  } else {
+    MarkOverflow();
+  }
+}
+
 void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
                                      std::uint32_t timestamp) {
   if (inputQueue_ == nullptr) return;
+  if (sysexInProgress_) {
+    // A closing F7 in a packet of its own (a driver's last piece, or a cut into 256 + 1 bytes)
+    // ends the message like any last chunk; its data bytes, if any, belong to nothing.
+    if (status == kSysexEnd) {
+      AppendSysexChunk(&kSysexEnd, 1, timestamp);
+      return;
+    }
+    // Unsigned: a timer reset, which makes the time go backwards, counts as long after.
+    if (timestamp - sysexLastChunkTime_ > kSysexSilenceLimitMs) EndSysexAssembly();
+  }
   // Only this thread moves the write position and the reader only frees room, so the room found
   // here still holds when the record is written.
   const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
@@ -244,14 +264,16 @@ void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, st
   const std::uint8_t bytes[3] = {status, data1, data2};
   if (sysexInProgress_) {
     // The unpublished system-exclusive bytes lie at the write position: wait behind them.
-    if (heldMessageCount_ == kHeldMessageCapacity) {
-      MarkOverflow();
+    if (heldMessageCount_ < kHeldMessageCapacity) {
+      HeldMessage& held = heldMessages_[heldMessageCount_++];
+      std::memcpy(held.bytes, bytes, sizeof(bytes));
+      held.length = static_cast<std::uint8_t>(length);
+      held.timestamp = timestamp;
       return;
     }
-    HeldMessage& held = heldMessages_[heldMessageCount_++];
-    std::memcpy(held.bytes, bytes, sizeof(bytes));
-    held.length = static_cast<std::uint8_t>(length);
-    held.timestamp = timestamp;
+    // A dump that keeps this many messages waiting is taken to be broken; only it is lost.
+    EndSysexAssembly();
+    PublishShortRecordOrMarkOverflow(bytes, length, timestamp);
     return;
   }
   PublishShortRecord(start, bytes, length, timestamp);
@@ -261,12 +283,7 @@ void TonvikBase::EndSysexAssembly() {
   sysexInProgress_ = false;
   for (std::uint32_t i = 0; i < heldMessageCount_; ++i) {
     const HeldMessage& held = heldMessages_[i];
-    const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
-    if (HasShortRecordRoom(start)) {
-      PublishShortRecord(start, held.bytes, held.length, held.timestamp);
-    } else {
-      MarkOverflow();
-    }
+    PublishShortRecordOrMarkOverflow(held.bytes, held.length, held.timestamp);
   }
   heldMessageCount_ = 0;
 }
@@ -276,19 +293,20 @@ void TonvikBase::ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t leng
   if (inputQueue_ == nullptr || length == 0) return;
   if (sysexInProgress_) EndSysexAssembly();  // abandons the unfinished message, silently
 
-  // A filtered dump claims no room, so it cannot raise the overflow flag however long it is.
+  // The room test comes before the filter, as for short messages: a full ring flags whatever
+  // arrives. A filtered message claims no room, so its later chunks flag nothing.
+  const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
+  if (FreeSpace(start) < std::uint64_t{length} + kTimestampBytes) {
+    MarkOverflow();
+    return;
+  }
   if ((statusFilter_[kSysexStart & kChannelMask].load(std::memory_order_relaxed) &
        kSystemFilterBit) == 0) {
     return;
   }
-  sysexWriteIndex_ = inputWriteIndex_.load(std::memory_order_relaxed);
   sysexTimestamp_ = timestamp;
-  if (FreeSpace(sysexWriteIndex_) < std::uint64_t{length} + kTimestampBytes) {
-    MarkOverflow();
-    return;
-  }
-
-  sysexWriteIndex_ = WriteBytes(sysexWriteIndex_, bytes, length);
+  sysexLastChunkTime_ = timestamp;
+  sysexWriteIndex_ = WriteBytes(start, bytes, length);
   if (bytes[length - 1] == kSysexEnd) {
     CompleteSysex();
   } else {
@@ -298,6 +316,14 @@ void TonvikBase::ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t leng
 
 void TonvikBase::ReceiveSysexContinuation(const std::uint8_t* bytes, std::uint32_t length) {
   if (!sysexInProgress_ || length == 0) return;
+  // The chunk's time only measures how long the message has been silent; the record keeps the
+  // time of its first chunk.
+  AppendSysexChunk(bytes, length, static_cast<std::uint32_t>(GetTime()));
+}
+
+void TonvikBase::AppendSysexChunk(const std::uint8_t* bytes, std::uint32_t length,
+                                  std::uint32_t timestamp) {
+  sysexLastChunkTime_ = timestamp;
   if (FreeSpace(sysexWriteIndex_) < std::uint64_t{length} + kTimestampBytes) {
     MarkOverflow();
     EndSysexAssembly();

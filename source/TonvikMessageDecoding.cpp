@@ -40,8 +40,29 @@ void TonvikBase::GetNextMessage(LingoValue* message) {
   if (!inputOpen_) return;
   const std::uint32_t read = inputReadIndex_.load(std::memory_order_relaxed);
   const std::uint32_t write = inputWriteIndex_.load(std::memory_order_acquire);
-  if (read == write) return;
+  if (read != write) TakeMessage(message, read, write);
+}
 
+void TonvikBase::GetPendingMessages(LingoValue* messages) {
+  if (!inputOpen_) return;
+  // Loaded once: what arrives during the call waits for the next one, so a sender faster than
+  // the decoder cannot keep the call from returning.
+  const std::uint32_t write = inputWriteIndex_.load(std::memory_order_acquire);
+  for (std::uint32_t read = inputReadIndex_.load(std::memory_order_relaxed); read != write;
+       read = inputReadIndex_.load(std::memory_order_relaxed)) {
+    LingoValue message;
+    if (listInterface_->NewPropertyList(&message) != kHostOk) return;
+    TakeMessage(&message, read, write);
+    if (listInterface_->ListItemCount(&message) > 0) {
+      listInterface_->AppendListItem(messages, &message);
+    }
+    valueInterface_->ReleaseValue(&message);
+  }
+}
+
+// Decodes the record at read into message and frees it. Records end where the next begins, so
+// read never passes write.
+void TonvikBase::TakeMessage(LingoValue* message, std::uint32_t read, std::uint32_t write) {
   bool recognised = false;
   std::uint32_t position = DecodeRecord(read, write, message, &recognised);
   if (recognised) {
@@ -56,20 +77,6 @@ void TonvikBase::GetNextMessage(LingoValue* message) {
     while (position != write && ByteAt(position) < kFirstStatus) position = Advance(position, 1);
   }
   inputReadIndex_.store(position, std::memory_order_release);
-}
-
-void TonvikBase::GetPendingMessages(LingoValue* messages) {
-  if (!inputOpen_) return;
-  while (inputReadIndex_.load(std::memory_order_relaxed) !=
-         inputWriteIndex_.load(std::memory_order_acquire)) {
-    LingoValue message;
-    if (listInterface_->NewPropertyList(&message) != kHostOk) return;
-    GetNextMessage(&message);
-    if (listInterface_->ListItemCount(&message) > 0) {
-      listInterface_->AppendListItem(messages, &message);
-    }
-    valueInterface_->ReleaseValue(&message);
-  }
 }
 
 // Appends #type and the properties of the record at position; answers the position after its

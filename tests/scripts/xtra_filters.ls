@@ -62,15 +62,22 @@ repeat with types in badTypes
 end repeat
 midi.SetSystemFilter(#all)
 
--- A filtered system-exclusive message claims no room, whatever its size; messages filtered
--- during an admitted one are not held, so they cannot overflow the hold-back.
+-- A filtered system-exclusive message claims no room, whatever its size: only its first chunk
+-- meets the room test, as any message does. Messages filtered during an admitted one are not
+-- held, so they cannot fill the hold-back.
 midi.SetSystemFilter(#realTime)
-big = [240]
-repeat with i = 1 to 5000
-  append(big, 51)
+big = [[240, 125]]
+repeat with i = 1 to 5
+  chunk = []
+  repeat with j = 1 to 1000
+    append(chunk, 51)
+  end repeat
+  append(big, chunk)
 end repeat
-append(big, 247)
-virtualMidiSend("Virtual Bus", [[240, 125, 1], [2], [3, 247], big, [248]])
+append(big, [247])
+virtualMidiSend("Virtual Bus", [[240, 125, 1], [2], [3, 247]])
+virtualMidiSend("Virtual Bus", big)
+virtualMidiSend("Virtual Bus", [[248]])
 put midi.InputOverflowed(), types(midi)
 midi.SetSystemFilter([#clock, #systemExclusive])
 sensing = [[240, 125]]

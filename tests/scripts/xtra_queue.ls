@@ -31,7 +31,7 @@ midi.Init()
 midi.OpenInput(1, 1024)
 
 -- A full ring keeps 146 notes and flags the rest once; a message the filters would drop still
--- overflows a full ring.
+-- overflows a full ring, a system-exclusive one too.
 notes = []
 repeat with i = 0 to 146
   append(notes, [144, i mod 100, 1])
@@ -40,6 +40,8 @@ virtualMidiSend("Virtual Bus", notes)
 put midi.InputOverflowed(), midi.InputOverflowed()
 midi.SetSystemFilter(#none)
 virtualMidiSend("Virtual Bus", [[248]])
+put midi.InputOverflowed()
+virtualMidiSend("Virtual Bus", [[240, 125, 1, 247]])
 put midi.InputOverflowed()
 kept = midi.GetPendingMessages()
 put count(kept), kept[1].number, kept[146].number
@@ -79,15 +81,21 @@ put midi.InputOverflowed()
 virtualMidiSend("Virtual Bus", [[34, 247], [252]])
 put midi.InputOverflowed(), types(midi)
 
--- Short messages that arrive during a system-exclusive message wait for its end, 64 at most;
--- more are flagged.
-held = packets(66, [248])
+-- Short messages that arrive during a system-exclusive message wait for its end, 64 at most.
+-- A 65th gives the message up as broken: the waiting messages arrive without a flag, and the
+-- message's last chunk finds nothing to end.
 virtualMidiSend("Virtual Bus", [[240, 125]])
-virtualMidiSend("Virtual Bus", held)
+virtualMidiSend("Virtual Bus", packets(64, [248]))
 virtualMidiSend("Virtual Bus", [[1, 247]])
 put midi.InputOverflowed()
 kept = midi.GetPendingMessages()
 put count(kept), kept[1].type, kept[1].data, kept[65].type
+virtualMidiSend("Virtual Bus", [[240, 125]])
+virtualMidiSend("Virtual Bus", packets(66, [248]))
+virtualMidiSend("Virtual Bus", [[1, 247]])
+put midi.InputOverflowed()
+kept = types(midi)
+put count(kept), kept[1], kept[66]
 
 -- A continuation without a start is ignored, an empty message dropped, and a new start abandons
 -- the unfinished message: what was held meanwhile follows the abandoned message and precedes

@@ -1,8 +1,11 @@
 // One producer thread feeds the receive path while the host thread drains the queue at random.
 // Every message carries its sequence number as its timestamp, so the consumer can tell that what
 // arrives is intact and in order. Overflow under concurrency is the loopback soak's business.
+// A producer that outruns the decoder cannot keep one drain from returning.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <random>
 #include <string>
 #include <thread>
@@ -118,6 +121,8 @@ TEST_F(QueueStressTest, EverythingArrivesIntactAndInOrder) {
           platform_.ReceiveSysexStart(event.bytes.data(), length, event.timestamp);
           break;
         case Event::SysexContinuation:
+          // A continuation reads the instance's clock; only this thread reads it meanwhile.
+          platform_.time = static_cast<std::int32_t>(event.timestamp);
           platform_.ReceiveSysexContinuation(event.bytes.data(), length);
           break;
       }
@@ -157,6 +162,99 @@ TEST_F(QueueStressTest, EverythingArrivesIntactAndInOrder) {
   EXPECT_FALSE(stalled) << "the queue never drained";
   EXPECT_FALSE(platform_.InputOverflowed());
   EXPECT_EQ(received, stream.expected.size());
+}
+
+// The store's list operations, with a pause before every new property list (one per message
+// decoded).
+class PacedLists final : public HostListInterface {
+ public:
+  PacedLists(HostListInterface* lists, std::function<void()> pause)
+      : lists_(lists), pause_(std::move(pause)) {}
+  HostStatus QueryInterface(const HostInterfaceId* iid, void** out) override {
+    return lists_->QueryInterface(iid, out);
+  }
+  std::uint32_t AddRef() override { return lists_->AddRef(); }
+  std::uint32_t Release() override { return lists_->Release(); }
+  HostStatus NewLinearList(LingoValue* out) override { return lists_->NewLinearList(out); }
+  HostStatus AppendListItem(LingoValue* list, const LingoValue* item) override {
+    return lists_->AppendListItem(list, item);
+  }
+  std::int32_t ListItemCount(const LingoValue* list) override {
+    return lists_->ListItemCount(list);
+  }
+  HostStatus GetListItem(const LingoValue* list, std::int32_t position, LingoValue* out) override {
+    return lists_->GetListItem(list, position, out);
+  }
+  HostStatus NewPropertyList(LingoValue* out) override {
+    pause_();
+    return lists_->NewPropertyList(out);
+  }
+  HostStatus AppendProperty(LingoValue* propList, const LingoValue* key,
+                            const LingoValue* value) override {
+    return lists_->AppendProperty(propList, key, value);
+  }
+
+ private:
+  HostListInterface* lists_;
+  std::function<void()> pause_;
+};
+
+// The producer refills every record the drain frees before the drain decodes the next, whatever
+// the scheduler does: a drain that took what arrived meanwhile would return only once the
+// producer gave up.
+TEST(QueueDrain, OneDrainTakesAtMostWhatWasQueuedWhenItBegan) {
+  constexpr std::uint32_t kRing = 4096;
+  // A full ring: 5-byte records while 7 bytes of the 4095 usable ones are free.
+  constexpr std::int32_t kFullRing = (kRing - 1 - 7) / 5 + 1;
+  constexpr std::uint32_t kMostRefills = 5000;
+  std::atomic<std::uint32_t> refills{0};
+  std::atomic<bool> stop{false};
+  std::uint32_t decoded = 0;
+  director::ValueStore store;
+  PacedLists lists(store.listInterface(), [&] {
+    const std::uint32_t freed = decoded++;
+    while (refills.load(std::memory_order_acquire) < std::min(freed, kMostRefills)) {
+      std::this_thread::yield();
+    }
+  });
+  RecordingPlatform platform(store, &lists);
+  ASSERT_EQ(platform.OpenInput(0, kRing), kErrNone);
+
+  std::uint32_t seq = 0;
+  for (;; ++seq) {  // fills the ring; seq stays at the first message that found it full
+    platform.ReceiveShortMessage(0xF8, 0, 0, seq);
+    if (platform.InputOverflowed()) break;
+  }
+  std::thread producer([&, seq]() mutable {
+    while (refills.load(std::memory_order_relaxed) < kMostRefills &&
+           !stop.load(std::memory_order_relaxed)) {
+      const std::uint32_t before = TonvikBaseInternals::writeIndex(platform);
+      platform.ReceiveShortMessage(0xF8, 0, 0, seq);
+      if (TonvikBaseInternals::writeIndex(platform) == before) {
+        std::this_thread::yield();  // still full: the same message again
+      } else {
+        ++seq;
+        refills.fetch_add(1, std::memory_order_release);
+      }
+    }
+  });
+  LingoValue messages = store.makeLinearList();
+  platform.GetPendingMessages(&messages);
+  stop.store(true, std::memory_order_relaxed);
+  producer.join();
+
+  const std::int32_t taken = store.count(messages);
+  EXPECT_EQ(taken, kFullRing);
+  std::int32_t previous = -1;
+  for (std::int32_t i = 1; i <= taken; ++i) {
+    LingoValue message = store.itemAt(messages, i);
+    LingoValue stamp = store.itemAt(message, 2);
+    EXPECT_EQ(store.integer(stamp), previous + 1) << "out of order at " << i;
+    previous = store.integer(stamp);
+    store.release(stamp);
+    store.release(message);
+  }
+  store.release(messages);
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "MidiHostFunctions.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <string>
 
 #include "MidiSystemControl.h"
@@ -24,6 +27,15 @@ std::string stringArg(const char* function, const Value& value) {
     throw ScriptError(std::string(function) + " expects a name (a string)");
   }
   return value.asString();
+}
+
+// The name of a destination that exists; a script error otherwise.
+std::string destinationArg(const char* function, const Value& value) {
+  std::string name = stringArg(function, value);
+  if (virtualmidi::findDestination(name) == 0) {
+    throw ScriptError("no MIDI destination named \"" + name + "\"");
+  }
+  return name;
 }
 
 std::int32_t integerArg(const char* function, const Value& value) {
@@ -180,10 +192,7 @@ void registerMidiHostFunctions(Interpreter& interpreter, std::shared_ptr<HostSta
   });
   add("virtualMidiReceived", [](const std::vector<Value>& args) {
     expectArgs("virtualMidiReceived", args, 1);
-    const std::string name = stringArg("virtualMidiReceived", args[0]);
-    if (virtualmidi::findDestination(name) == 0) {
-      throw ScriptError("no MIDI destination named \"" + name + "\"");
-    }
+    const std::string name = destinationArg("virtualMidiReceived", args[0]);
     Value packets = Value::newList();
     for (const auto& captured : virtualmidi::takeCapturedByName(name)) {
       Value bytes = Value::newList();
@@ -191,6 +200,13 @@ void registerMidiHostFunctions(Interpreter& interpreter, std::shared_ptr<HostSta
       packets.asList().items.push_back(bytes);
     }
     return packets;
+  });
+  add("virtualMidiDropped", [](const std::vector<Value>& args) {
+    expectArgs("virtualMidiDropped", args, 1);
+    const std::string name = destinationArg("virtualMidiDropped", args[0]);
+    const std::uint64_t dropped = virtualmidi::takeDroppedCountByName(name);
+    return Value::integer(static_cast<std::int32_t>(
+        std::min<std::uint64_t>(dropped, std::numeric_limits<std::int32_t>::max())));
   });
   add("virtualMidiFail", [](const std::vector<Value>& args) {
     expectArgs("virtualMidiFail", args, 2);

@@ -5,6 +5,16 @@
 #include "MidiSystemControl.h"
 
 namespace coremidi {
+namespace {
+
+// A careful driver never leaves the closing F7 alone in the last packet: a piece that would
+// leave a single byte behind gives one of its own to the last piece.
+UInt32 chunkLength(UInt32 bytesToSend) {
+  const UInt32 chunk = std::min<UInt32>(bytesToSend, midisystem::kSysexChunkSize);
+  return bytesToSend - chunk == 1 ? chunk - 1 : chunk;
+}
+
+}  // namespace
 
 SysexSender::SysexSender(InFlight& inFlight, ChunkSink sink)
     : inFlight_(inFlight), sink_(std::move(sink)) {
@@ -63,8 +73,7 @@ void SysexSender::transfer(MIDISysexSendRequest& request) {
   while (request.bytesToSend > 0) {
     if (!takePermit()) return;
     if (complete.load(std::memory_order_acquire)) break;
-    const auto length =
-        static_cast<UInt16>(std::min<UInt32>(request.bytesToSend, midisystem::kSysexChunkSize));
+    const auto length = static_cast<UInt16>(chunkLength(request.bytesToSend));
     sink_(request.destination, request.data, length);
     request.data += length;
     request.bytesToSend -= length;

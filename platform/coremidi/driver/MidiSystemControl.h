@@ -51,7 +51,8 @@ void runRunLoop(double seconds);
 void limitSysexChunks(int chunks);
 // Chunks sent by the system-exclusive thread since the process started.
 std::uint64_t sysexChunksSent();
-// Largest chunk of a system-exclusive transfer: each chunk reaches the destination as a packet.
+// Largest chunk of a system-exclusive transfer: each chunk reaches the destination as a packet,
+// and the last one never holds a single byte (the closing F7 alone).
 inline constexpr unsigned kSysexChunkSize = 256;
 
 // The backend that feeds the system: "virtual" (the default). Chosen by the environment variable

@@ -1,8 +1,12 @@
-// The instance over the virtual MIDI system: its clock's arithmetic and what destruction gives
-// back. Its timer on received messages, how its port cuts packets, and large system-exclusive
-// messages are run by xtra_packets.ls and xtra_sysex_large.ls.
+// The instance over the virtual MIDI system: its clock's arithmetic, its clock under resets from
+// another thread, and what destruction gives back. Its timer on received messages, how its port
+// cuts packets, and large system-exclusive messages are run by xtra_packets.ls and
+// xtra_sysex_large.ls.
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <limits>
+#include <thread>
 
 #include "TransportTestSupport.h"
 
@@ -33,6 +37,43 @@ TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientRefere
   EXPECT_EQ(midisystem::clientCount(), 1);
   second.reset();
   EXPECT_EQ(midisystem::clientCount(), 0);
+}
+
+// The receive path stamps messages while the host thread resets the timer as fast as it can: a
+// stamp may belong to the time before or after a reset, but is never a wrapped negative value.
+TEST_F(MacOsxTonvikTest, MessagesStampedWhileTheTimerIsResetLieBetweenZeroAndTheElapsedTime) {
+  constexpr int kMessages = 100000;
+  openLoopback(1 << 20);  // room for every message
+  const auto began = std::chrono::steady_clock::now();
+  instance->ResetTimer();  // so that no stamp counts from before `began`
+  std::atomic<bool> done{false};
+  std::thread receiveThread([&] {
+    for (int i = 0; i < kMessages; ++i) instance->processShortMessage(0.0, 0xF8, 0, 0);
+    done.store(true, std::memory_order_release);
+  });
+  while (!done.load(std::memory_order_acquire)) instance->ResetTimer();
+  receiveThread.join();
+  // Rounded up, and a millisecond more for the host clock's own rounding.
+  const auto elapsed =
+      std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - began)
+          .count() +
+      1;
+
+  LingoValue messages = store.makeLinearList();
+  instance->GetPendingMessages(&messages);
+  ASSERT_EQ(store.count(messages), kMessages);
+  int outside = 0;
+  for (std::int32_t i = 1; i <= kMessages; ++i) {
+    LingoValue message = store.itemAt(messages, i);
+    LingoValue stamp = store.itemAt(message, 2);
+    const std::int32_t time = store.integer(stamp);
+    if (time < 0 || time > elapsed) ++outside;
+    store.release(stamp);
+    store.release(message);
+  }
+  store.release(messages);
+  EXPECT_EQ(outside, 0);
+  expectNoValueLeft();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "VirtualBackend.h"
 
 #include <atomic>
+#include <utility>
 
 #include "HostClock.h"
 #include "MidiSystem.h"
@@ -37,10 +38,15 @@ void VirtualBackend::deliver(MIDIPortRef, MIDIEndpointRef destination,
   coremidi::beginPacketList(loopback);
   {
     std::lock_guard lock(captureMutex_);
-    std::vector<CapturedPacket>& captured = captured_[destination];
+    Capture& capture = captured_[destination];
     coremidi::forEachPacket(packets, [&](const MIDIPacket& packet) {
       const Byte* data = reinterpret_cast<const Byte*>(&packet) + kMIDIPacketHeaderSize;
-      captured.push_back({now, Packet(data, data + packet.length)});
+      // Nobody may ever read a destination: what it keeps must stay bounded.
+      if (capture.packets.size() < kCapturedPacketLimit) {
+        capture.packets.push_back({now, Packet(data, data + packet.length)});
+      } else {
+        ++capture.dropped;
+      }
       coremidi::appendPacket(loopback, now, data, packet.length);
     });
   }
@@ -53,9 +59,13 @@ std::vector<CapturedPacket> VirtualBackend::takeCaptured(MIDIEndpointRef destina
   std::lock_guard lock(captureMutex_);
   auto found = captured_.find(destination);
   if (found == captured_.end()) return {};
-  std::vector<CapturedPacket> taken = std::move(found->second);
-  captured_.erase(found);
-  return taken;
+  return std::exchange(found->second.packets, {});
+}
+
+std::uint64_t VirtualBackend::takeDroppedCount(MIDIEndpointRef destination) {
+  std::lock_guard lock(captureMutex_);
+  auto found = captured_.find(destination);
+  return found == captured_.end() ? 0 : std::exchange(found->second.dropped, 0);
 }
 
 }  // namespace virtualmidi

@@ -1,7 +1,8 @@
 // The in-process backend: devices described by the driver API, loopback from destinations to
-// sources, and capture of everything that reaches a destination.
+// sources, and capture of what reaches a destination, up to a limit per destination.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -23,11 +24,17 @@ class VirtualBackend : public coremidi::Backend {
   void deliver(MIDIPortRef, MIDIEndpointRef destination, const MIDIPacketList* packets) override;
 
   std::vector<CapturedPacket> takeCaptured(MIDIEndpointRef destination);
+  std::uint64_t takeDroppedCount(MIDIEndpointRef destination);
 
  private:
+  struct Capture {
+    std::vector<CapturedPacket> packets;
+    std::uint64_t dropped = 0;
+  };
+
   coremidi::MidiSystem* system_ = nullptr;
   std::mutex captureMutex_;
-  std::map<MIDIEndpointRef, std::vector<CapturedPacket>> captured_;
+  std::map<MIDIEndpointRef, Capture> captured_;
 };
 
 }  // namespace virtualmidi

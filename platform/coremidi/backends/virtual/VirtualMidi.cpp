@@ -24,6 +24,14 @@ MIDIEndpointRef firstEndpointNamed(const std::vector<MIDIEndpointRef>& endpoints
   return 0;
 }
 
+// Waits for the sends in flight, then asks the virtual backend, when it is the one running.
+template <typename Take>
+auto afterDelivery(Take take) {
+  MidiSystem::instance().inFlight().waitIdle(kCaptureWaitSeconds);
+  VirtualBackend* backend = VirtualBackend::current();
+  return backend ? take(*backend) : decltype(take(*backend)){};
+}
+
 }  // namespace
 
 Setup defaultSetup() {
@@ -148,14 +156,22 @@ bool injectByName(const std::string& sourceName, const std::vector<Packet>& pack
 }
 
 std::vector<CapturedPacket> takeCaptured(MIDIEndpointRef destination) {
-  MidiSystem::instance().inFlight().waitIdle(kCaptureWaitSeconds);
-  VirtualBackend* backend = VirtualBackend::current();
-  return backend ? backend->takeCaptured(destination) : std::vector<CapturedPacket>{};
+  return afterDelivery([&](VirtualBackend& backend) { return backend.takeCaptured(destination); });
 }
 
 std::vector<CapturedPacket> takeCapturedByName(const std::string& destinationName) {
   const MIDIEndpointRef destination = findDestination(destinationName);
   return destination != 0 ? takeCaptured(destination) : std::vector<CapturedPacket>{};
+}
+
+std::uint64_t takeDroppedCount(MIDIEndpointRef destination) {
+  return afterDelivery(
+      [&](VirtualBackend& backend) { return backend.takeDroppedCount(destination); });
+}
+
+std::uint64_t takeDroppedCountByName(const std::string& destinationName) {
+  const MIDIEndpointRef destination = findDestination(destinationName);
+  return destination != 0 ? takeDroppedCount(destination) : 0;
 }
 
 }  // namespace virtualmidi

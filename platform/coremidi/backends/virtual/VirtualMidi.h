@@ -4,6 +4,8 @@
 // the entity's sources at the same position, through the MIDI receive thread.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -80,8 +82,15 @@ struct CapturedPacket {
   Packet bytes;
 };
 
+// A destination keeps at most this many packets until they are taken; later ones are counted.
+inline constexpr std::size_t kCapturedPacketLimit = 10000;
+
 // Waits for the sends in flight, then hands over (and forgets) what reached the destination.
 std::vector<CapturedPacket> takeCaptured(MIDIEndpointRef destination);
 std::vector<CapturedPacket> takeCapturedByName(const std::string& destinationName);
+// Waits for the sends in flight, then answers how many packets the destination did not keep
+// since the last call, and starts counting again.
+std::uint64_t takeDroppedCount(MIDIEndpointRef destination);
+std::uint64_t takeDroppedCountByName(const std::string& destinationName);
 
 }  // namespace virtualmidi
