@@ -189,18 +189,6 @@ void Peer::send(const std::vector<Byte>& event) {
   }
 }
 
-void Peer::sendTogether(const std::vector<std::vector<Byte>>& events) {
-  std::vector<unsigned char> packed;
-  for (const auto& event : events) {
-    const jackmidi::RecordHeader header{0, 0, static_cast<std::uint32_t>(event.size())};
-    const auto* bytes = reinterpret_cast<const unsigned char*>(&header);
-    packed.insert(packed.end(), bytes, bytes + sizeof header);
-    packed.insert(packed.end(), event.begin(), event.end());
-  }
-  if (outbound_.writeSpace() < packed.size()) throw std::runtime_error("peer's send ring is full");
-  outbound_.writeTwo(packed.data(), packed.size(), packed.data(), 0);
-}
-
 std::vector<std::vector<Byte>> Peer::received() {
   jackmidi::RecordHeader header;
   while (jackmidi::peekRecord(inbound_, header)) {

@@ -96,8 +96,6 @@ class Peer {
   std::string outName() const;
   // Queued for the next period, as one event.
   void send(const std::vector<Byte>& event);
-  // Queued at once, so that they go out in the same period.
-  void sendTogether(const std::vector<std::vector<Byte>>& events);
   // Every event received so far, one vector each; taken from the process thread's ring.
   std::vector<std::vector<Byte>> received();
   // JACK's time (microseconds) of each received event's frame.

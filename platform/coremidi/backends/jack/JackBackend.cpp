@@ -334,7 +334,7 @@ OSStatus JackBackend::connectInput(const coremidi::InputConnection& connection) 
     }
     publishListener(*own);
   }
-  quiesce();  // before the retired listener goes
+  if (retired) quiesce();  // before the retired listener goes
   return status;
 }
 
