@@ -152,15 +152,19 @@ void timeRoundTrips(benchmark::State& state, double periodSeconds, Send send, Ba
   state.counters["period_us"] = periodSeconds * 1e6;
 }
 
+// False, with the benchmark skipped, when the instance gets no MIDI client.
+bool initialised(benchmark::State& state, MacOsxTonvik& instance) {
+  if (instance.Init() == 0) return true;
+  state.SkipWithError("no MIDI client");
+  return false;
+}
+
 void BM_Jack_RoundTrip(benchmark::State& state) {
   const Rig* rig = rigFor(state);
   if (rig == nullptr) return;
   director::ValueStore store;
   MacOsxTonvik instance(store.valueInterface(), store.listInterface(), store.allocator());
-  if (instance.Init() != 0) {
-    state.SkipWithError("no MIDI client");
-    return;
-  }
+  if (!initialised(state, instance)) return;
   const std::int32_t source = portIndex(store, instance, true, "loop out");
   const std::int32_t destination = portIndex(store, instance, false, "loop in");
   if (source < 0 || destination < 0 || instance.OpenInput(source, 0) != 0 ||
@@ -277,10 +281,7 @@ void BM_Jack_InputThroughput(benchmark::State& state) {
   jackbench::Feeder* feeder = rig->feeder.get();
   director::ValueStore store;
   MacOsxTonvik instance(store.valueInterface(), store.listInterface(), store.allocator());
-  if (instance.Init() != 0) {
-    state.SkipWithError("no MIDI client");
-    return;
-  }
+  if (!initialised(state, instance)) return;
   const std::int32_t source = portIndex(store, instance, true, "feeder");
   if (source < 0 || instance.OpenInput(source, kInputQueueBytes) != 0) {
     state.SkipWithError("the feeder is not in the input list");

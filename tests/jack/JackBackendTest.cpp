@@ -148,10 +148,8 @@ TEST(JackSend, SysexOf4KAnd64KComeBackWholeThroughOurOwnInput) {
   useServer();
   Peer sink("sink");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return destinationOf("sink", "in") != 0; }));
-  const MIDIEndpointRef destination = destinationOf("sink", "in");
-  listener.send(destination, {0xFE});  // connects our output to the sink
-  ASSERT_TRUE(eventually([&] { return sink.received().size() == 1; }));
+  const MIDIEndpointRef destination = connectedDestination(listener, sink, "sink");
+  ASSERT_NE(destination, 0u);
   // The connection from our output to our input stands for a source.
   ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("sink", "out"), nullptr), noErr);
   Probe probe;

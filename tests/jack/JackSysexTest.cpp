@@ -28,15 +28,8 @@ TEST(JackSysex, EachMessageThatFitsAPeriodIsOneEventAndOrderHoldsWithinEachKind)
   useServer();
   Peer sink("sink");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return destinationOf("sink", "in") != 0; }));
-  const MIDIEndpointRef destination = destinationOf("sink", "in");
-  // Connects our output to the sink; again, should a loaded machine drop it.
-  ASSERT_TRUE(eventually([&] {
-    listener.send(destination, {0xFE});
-    usleep(20000);
-    return !sink.received().empty();
-  }));
-  usleep(20000);
+  const MIDIEndpointRef destination = connectedDestination(listener, sink, "sink");
+  ASSERT_NE(destination, 0u);
   const std::size_t before = sink.received().size();
 
   // 257 and 1025 bytes end in a piece that is a lone F7 as the MIDI system cuts transfers.

@@ -15,6 +15,7 @@ namespace jacktest {
 namespace {
 
 constexpr auto kPollStep = std::chrono::milliseconds(5);
+constexpr auto kSettle = std::chrono::milliseconds(20);
 
 std::string endpointName(MIDIEndpointRef endpoint) {
   CFStringRef name = nullptr;
@@ -121,6 +122,18 @@ void Listener::send(MIDIEndpointRef destination, const std::vector<Byte>& bytes,
   MIDIPacket* packet = MIDIPacketListInit(list);
   MIDIPacketListAdd(list, sizeof storage, packet, at, bytes.size(), bytes.data());
   ASSERT_EQ(MIDISend(output, destination, list), noErr);
+}
+
+MIDIEndpointRef connectedDestination(Listener& listener, Peer& peer, const std::string& client) {
+  if (!eventually([&] { return destinationOf(client, "in") != 0; })) return 0;
+  const MIDIEndpointRef destination = destinationOf(client, "in");
+  const bool connected = eventually([&] {
+    listener.send(destination, {0xF8});
+    std::this_thread::sleep_for(kSettle);
+    return !peer.received().empty();
+  });
+  std::this_thread::sleep_for(kSettle);  // a tick still on its way arrives now
+  return connected ? destination : 0;
 }
 
 SysexRequest::SysexRequest(MIDIEndpointRef destination, std::vector<Byte> message)

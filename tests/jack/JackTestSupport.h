@@ -115,4 +115,8 @@ class Peer {
   std::vector<jack_time_t> times_;
 };
 
+// The endpoint of `client`:in, once listed, with our output connected to it: a clock tick goes
+// until `peer` has one (a loaded machine may drop the first). 0 if it never gets one.
+MIDIEndpointRef connectedDestination(Listener& listener, Peer& peer, const std::string& client);
+
 }  // namespace jacktest
