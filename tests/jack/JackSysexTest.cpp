@@ -149,6 +149,8 @@ TEST(JackSysex, AnRtMidiInputReceivesEachMessageWhole) {
   SysexRequest longOne(destination, sysexOf(20000));
   ASSERT_EQ(MIDISendSysex(&shortOne.request), noErr);
   ASSERT_EQ(MIDISendSysex(&longOne.request), noErr);
+  // The requests live until the MIDI system has done with them.
+  ASSERT_TRUE(eventually([&] { return shortOne.completed.load() && longOne.completed.load(); }));
   EXPECT_TRUE(eventually([&] { return inbox.taken().size() >= 2; }));
   usleep(100000);  // anything more would show as a third message
   EXPECT_EQ(inbox.taken(), (std::vector<std::vector<Byte>>{shortOne.bytes, longOne.bytes}));
