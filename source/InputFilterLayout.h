@@ -36,8 +36,9 @@ constexpr std::uint16_t systemBytes(std::initializer_list<std::uint8_t> statuses
 }
 
 // The modeFilter_ bit of a channel-mode message; 0 for controller 122 with a value that is
-// neither on nor off, which is no message at all.
+// neither on nor off, and for a controller byte above 127, which are no messages at all.
 constexpr std::uint8_t modeBit(std::uint8_t controller, std::uint8_t value) {
+  if (controller > midi::kPolyModeOn) return 0;
   if (controller == midi::kLocalControl) {
     if (value == midi::kLocalControlOffValue) return 1u << 0;
     if (value == midi::kLocalControlOnValue) return 1u << 1;

@@ -62,43 +62,12 @@ class OSXMidiIn::State {
 
 bool OSXMidiIn::State::createInputPort() {
   TONVIK_ASSERT(!inputPort_);
-  const bool verbose = verbose_.load(std::memory_order_relaxed);
-  midiClient_ = fwAcquireMidiClient();
-  if (midiClient_ == 0) {
-    if (verbose)
-      std::fprintf(stderr, "ERROR: [CreateInputPort] Return from fwAcquireMidiClient was 0.\n");
-    return false;
-  }
-  CFStringRef name =
-      CFStringCreateWithCString(kCFAllocatorDefault, portName_.c_str(), kCFStringEncodingASCII);
-  const OSStatus status =
-      MIDIInputPortCreate(midiClient_, name, &State::MIDIReceiveFunc, this, &inputPort_);
-  CFRelease(name);
-  if (status == 0 && inputPort_ != 0) {
-    if (verbose)
-      std::fprintf(stderr, "INFO: [CreateInputPort] Input port \"%s\" created.\n",
-                   portName_.c_str());
-    return true;
-  }
-  inputPort_ = 0;
-  fwReleaseMidiClient(midiClient_);
-  midiClient_ = 0;
-  if (verbose)
-    std::fprintf(stderr, "ERROR: [CreateInputPort] Return from MIDIInputPortCreate was %i.\n",
-                 static_cast<int>(status));
-  return false;
+  return fwCreateMidiPort(portName_, &State::MIDIReceiveFunc, this,
+                          verbose_.load(std::memory_order_relaxed), midiClient_, inputPort_);
 }
 
 void OSXMidiIn::State::disposeInputPort() {
-  OSStatus status = 0;
-  if (inputPort_ != 0) status = MIDIPortDispose(inputPort_);
-  if (verbose_.load(std::memory_order_relaxed)) {
-    std::fprintf(stderr, "INFO: Error status on Port disposal: Port: %d.\n",
-                 static_cast<int>(status));
-  }
-  inputPort_ = 0;
-  fwReleaseMidiClient(midiClient_);
-  midiClient_ = 0;
+  fwDisposeMidiPort(verbose_.load(std::memory_order_relaxed), midiClient_, inputPort_);
 }
 
 bool OSXMidiIn::State::start(MidiConsumer* consumer, TimeSource* timeSource) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <unordered_map>
@@ -48,6 +49,15 @@ void numberDuplicates(std::vector<DisambiguatedName*> group) {
     }
     first = end;
   }
+}
+
+// The same for one name of each record of a vector.
+template <typename Record>
+void numberDuplicates(std::vector<Record>& records, DisambiguatedName Record::*name) {
+  std::vector<DisambiguatedName*> group;
+  group.reserve(records.size());
+  for (Record& record : records) group.push_back(&(record.*name));
+  numberDuplicates(std::move(group));
 }
 
 ItemCount endpointCountOf(MIDIEntityRef entity, Direction direction) {
@@ -134,18 +144,13 @@ class DirectoryBuilder {
     for (ItemCount i = 0; i < entityCount; ++i) {
       const MIDIEntityRef entity = MIDIDeviceGetEntity(device.device, i);
       if (entity == 0) continue;
-      EntityRecord record;
+      EntityRecord& record = device.entities.emplace_back();
       record.entity = entity;
       record.name.text = midiObjectName(entity);
-      device.entities.push_back(std::move(record));
     }
+    numberDuplicates(device.entities, &EntityRecord::name);
     // Every entity record exists now, so pointers to them stay valid.
-    std::vector<DisambiguatedName*> entityNames;
-    for (EntityRecord& entity : device.entities) {
-      entityNames.push_back(&entity.name);
-      loadEndpoints(device, entity);
-    }
-    numberDuplicates(std::move(entityNames));
+    for (EntityRecord& entity : device.entities) loadEndpoints(device, entity);
   }
 
   void loadEndpoints(DeviceRecord& device, EntityRecord& entity) {
@@ -153,19 +158,16 @@ class DirectoryBuilder {
     for (ItemCount i = 0; i < endpointCount; ++i) {
       const MIDIEndpointRef endpoint = endpointOf(entity.entity, i, direction_);
       if (endpoint == 0) continue;
-      EndpointRecord record;
+      EndpointRecord& record = entity.endpoints.emplace_back();
       record.device = &device;
       record.entity = &entity;
       record.endpoint = endpoint;
       record.name.text = midiObjectName(endpoint);
-      entity.endpoints.push_back(std::move(record));
     }
-    std::vector<DisambiguatedName*> endpointNames;
+    numberDuplicates(entity.endpoints, &EndpointRecord::name);
     for (EndpointRecord& record : entity.endpoints) {
-      endpointNames.push_back(&record.name);
       endpointsByRef_.emplace(record.endpoint, &record);
     }
-    numberDuplicates(std::move(endpointNames));
   }
 
   // The record of a loaded device's endpoint, if it lies in the entity the system names for it.
@@ -301,6 +303,52 @@ void fwReleaseMidiClient(MIDIClientRef client) {
     MIDIClientDispose(client);
     globalMidiClient_ = 0;
   }
+}
+
+bool fwCreateMidiPort(const std::string& portName, MIDIReadProc readProc, void* refCon,
+                      bool verbose, MIDIClientRef& client, MIDIPortRef& port) {
+  const bool isInput = readProc != nullptr;
+  const char* operation = isInput ? "CreateInputPort" : "CreateOutputPort";
+  client = fwAcquireMidiClient();
+  if (client == 0) {
+    if (verbose) {
+      std::fprintf(stderr, "ERROR: [%s] Return from fwAcquireMidiClient was 0.\n", operation);
+    }
+    return false;
+  }
+  CFStringRef name =
+      CFStringCreateWithCString(kCFAllocatorDefault, portName.c_str(), kCFStringEncodingASCII);
+  const OSStatus status = isInput ? MIDIInputPortCreate(client, name, readProc, refCon, &port)
+                                  : MIDIOutputPortCreate(client, name, &port);
+  CFRelease(name);
+  if (status == noErr && port != 0) {
+    if (verbose) {
+      std::fprintf(stderr, "INFO: [%s] %s port \"%s\" created.\n", operation,
+                   isInput ? "Input" : "Output", portName.c_str());
+    }
+    return true;
+  }
+  port = 0;
+  fwReleaseMidiClient(client);
+  client = 0;
+  if (verbose) {
+    std::fprintf(stderr, "ERROR: [%s] Return from %s was %i.\n", operation,
+                 isInput ? "MIDIInputPortCreate" : "MIDIOutputPortCreate",
+                 static_cast<int>(status));
+  }
+  return false;
+}
+
+void fwDisposeMidiPort(bool verbose, MIDIClientRef& client, MIDIPortRef& port) {
+  OSStatus status = noErr;
+  if (port != 0) status = MIDIPortDispose(port);
+  if (verbose) {
+    std::fprintf(stderr, "INFO: Error status on Port disposal: Port: %d.\n",
+                 static_cast<int>(status));
+  }
+  port = 0;
+  fwReleaseMidiClient(client);
+  client = 0;
 }
 
 void fwAttachMidiDeviceConfigurationChangeListener(
