@@ -1,8 +1,8 @@
 #include "MidiSystem.h"
 
-#include <cstdio>
 #include <cstdlib>
 
+#include "Diagnostics.h"
 #include "HostClock.h"
 #include "PacketLists.h"
 
@@ -29,8 +29,8 @@ std::unique_ptr<Backend> chooseBackend() {
   }
   std::unique_ptr<Backend> backend = makeBackend(name);
   if (!backend) {
-    std::fprintf(stderr, "MIDI system: unknown backend \"%s\" in %s; using \"%s\".\n", name.c_str(),
-                 kBackendVariable, kDefaultBackend);
+    diagnose("MIDI system: unknown backend \"%s\" in %s; using \"%s\".", name.c_str(),
+             kBackendVariable, kDefaultBackend);
     backend = makeBackend(kDefaultBackend);
   }
   return backend;
