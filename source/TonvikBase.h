@@ -10,6 +10,7 @@
 #include "HostTypes.h"
 #include "InputFilterLayout.h"
 #include "LingoValue.h"
+#include "MidiBytes.h"
 
 // Error codes of the instance. Platforms define their own from kErrFirstPlatformCode on.
 enum TonvikError : std::int32_t {
@@ -124,7 +125,7 @@ class TonvikBase {
 
   // Scripts number channels from 1.
   static constexpr std::int32_t kFirstChannel = 1;
-  static constexpr std::int32_t kLastChannel = 16;
+  static constexpr std::int32_t kLastChannel = midi::kChannels;
   static constexpr std::uint32_t kHeldMessageCapacity = 64;
   // A system-exclusive message that has sent nothing for longer than this while other messages
   // arrive is taken to be broken: its sender died or lost the end.
