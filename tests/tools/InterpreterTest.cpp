@@ -1,6 +1,9 @@
 #include <stdexcept>
 
+#include "Container.h"
+#include "Limits.h"
 #include "ScriptRunner.h"
+#include "ScriptThread.h"
 #include "ValueFormat.h"
 
 namespace tonvik {
@@ -75,6 +78,74 @@ TEST_F(InterpreterTest, StepsTheRunLoopBetweenTopLevelStatementsAndInWait) {
 TEST_F(InterpreterTest, HaltEndsTheRunButNotTheInterpreter) {
   EXPECT_EQ(run("on f\n  put 1\n  halt\n  put 2\nend\nf()\nput 3"), "-- 1\n");
   EXPECT_EQ(run("put 4"), "-- 4\n");
+}
+
+// Limits lowered so that what the real ones stop (a 2 GB string, a list of 16 million) is cheap
+// to reach; they are process-wide, so each test puts them back.
+class LoweredLimits : public ScriptRunner {
+ protected:
+  LoweredLimits() { setValueLimits({.maxStringLength = 1000, .maxListGrowth = 100}); }
+  ~LoweredLimits() override { setValueLimits(ValueLimits{}); }
+};
+
+TEST_F(LoweredLimits, RefuseTextAndListsPastThemBeforeMakingThem) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"s = \"x\"\nrepeat while 1\n  s = s & s\nend repeat",
+       "String too long: 1024 bytes (at most 1000)"},
+      {"s = \"x\"\nrepeat while 1\n  s = s && s\nend repeat",
+       "String too long: 1023 bytes (at most 1000)"},
+      {"s = \"x\"\nrepeat while 1\n  put s after s\nend repeat",
+       "String too long: 1024 bytes (at most 1000)"},
+      // A list that shares itself doubles its text at each level without using memory.
+      {"l = [0]\nrepeat with i = 1 to 40\n  l = [l, l]\nend repeat\nput l",
+       "String too long: 1001 bytes (at most 1000)"},
+      {"setAt([], 101, 1)", "setAt: index 101 is too large"},
+  };
+  for (const auto& [script, message] : cases) EXPECT_STREQ(errorOf(script).what(), message);
+  // Comparing and copying that list meet each list once, however often it is shared.
+  EXPECT_EQ(run("m = duplicate(l)\nput m = l, l = [[0]]"), "-- 1 0\n");
+}
+
+TEST_F(InterpreterTest, StopsAScriptAtItsStepLimit) {
+  interpreter_->setStepLimit(1000);
+  EXPECT_STREQ(errorOf("repeat while 1\nend repeat").what(),
+               "The script ran past its limit of 1000 steps");
+  // The count starts again with each run.
+  EXPECT_EQ(run("put 1 + 1"), "-- 2\n");
+}
+
+TEST_F(InterpreterTest, CallsAHandlerFromTheHost) {
+  run("on double n\n  return n * 2\nend\non stop\n  halt\nend");
+  EXPECT_TRUE(interpreter_->hasHandler("DOUBLE"));
+  EXPECT_FALSE(interpreter_->hasHandler("triple"));
+  EXPECT_EQ(formatValue(interpreter_->call("double", {Value::integer(21)})), "42");
+  EXPECT_FALSE(interpreter_->halted());
+  EXPECT_TRUE(interpreter_->call("stop", {}).isVoid());
+  EXPECT_TRUE(interpreter_->halted());
+  EXPECT_THROW(interpreter_->call("triple", {}), ScriptError);
+}
+
+// The stack check measures the stack it runs on, so on a small one a script within every other
+// limit stops with a script error instead of overflowing it, and the interpreter runs on. Script
+// values stay on the thread that made them, so the interpreter lives on the small stack too.
+TEST(InterpreterStack, StopsBeforeASmallStackOverflows) {
+  std::string message;
+  std::ostringstream out;
+  runWithStack(std::size_t{2} << 20, [&] {
+    Interpreter interpreter(out);
+    try {
+      interpreter.run(
+          "on wrap n\n  if n = 0 then return 0\n  return [[[[[[[[[[wrap(n - 1)]]]]]]]]]]\nend");
+      interpreter.run("x = wrap(499)");
+    } catch (const ScriptError& error) {
+      message = error.what();
+    }
+    interpreter.run("put count(wrap(2))");
+    return 0;
+  });
+  EXPECT_TRUE(message.starts_with("Handler calls and expressions nested too deeply for the stack"))
+      << message;
+  EXPECT_EQ(out.str(), "-- 1\n");
 }
 
 }  // namespace

@@ -13,6 +13,13 @@ using K = TokenKind;
 TEST(Lexer, SplitsLineEndsAndBracketsAsLingoDoes) {
   const std::pair<const char*, std::vector<TokenKind>> cases[] = {
       {"a\r\nb", {K::Identifier, K::Newline, K::Identifier, K::EndOfText}},
+      // Classic Mac OS line ends, and a continuation before a Windows one.
+      {"a\rb", {K::Identifier, K::Newline, K::Identifier, K::EndOfText}},
+      {"a \\\r\nb", {K::Identifier, K::Identifier, K::EndOfText}},
+      // A byte order mark is skipped at the start only.
+      {"\xEF\xBB\xBF"
+       "a",
+       {K::Identifier, K::EndOfText}},
       // A stray closing bracket must not make later newlines disappear.
       {")\na", {K::RightParen, K::Newline, K::Identifier, K::EndOfText}},
       {"a \xC2\xAC -- why\n b", {K::Identifier, K::Identifier, K::EndOfText}},
@@ -22,6 +29,7 @@ TEST(Lexer, SplitsLineEndsAndBracketsAsLingoDoes) {
     for (const Token& token : tokenize(text)) kinds.push_back(token.kind);
     EXPECT_EQ(kinds, expected) << text;
   }
+  EXPECT_EQ(tokenize("a\rb\r\nc").back().line, 3);
 }
 
 }  // namespace

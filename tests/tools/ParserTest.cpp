@@ -68,6 +68,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ErrorCase{"x\ny = \"open\nz", "String without its closing quote", 2, false},
                     ErrorCase{"a @ b", "Unexpected character \"@\"", 1, false},
                     ErrorCase{"a\n\xE2\x82\xAC", "Unexpected character 0xE2", 2, false},
+                    ErrorCase{"a\n\xEF\xBB\xBF", "Unexpected character 0xEF", 2, false},
+                    ErrorCase{"x = \"open\r", "String without its closing quote", 1, false},
                     ErrorCase{"# a", "Symbol without a name after #", 1, false},
                     ErrorCase{"12ab", "Malformed number", 1, false},
                     ErrorCase{"put 1 \\ 2", "Text after a line continuation", 1, false},

@@ -1,6 +1,7 @@
 // The interpreter's side of the Xtra seam, against a fake Xtra: instances in cycles go when the
-// interpreter lets go. An instance going with its last reference is run by xtra_lifecycle.ls;
-// unknown methods, failing calls and Xtras not found by xtra_error_*.ls.
+// handler that made the cycle returns, or when the interpreter lets go. An instance going with its
+// last reference is run by xtra_lifecycle.ls; unknown methods, failing calls and Xtras not found by
+// xtra_error_*.ls.
 #include "XtraBridge.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +52,12 @@ class FakeBridge : public XtraBridge {
 
 class XtraBridgeTest : public ScriptRunner {
  protected:
-  XtraBridgeTest() { interpreter_->setXtraBridge(std::make_shared<FakeBridge>(log_)); }
+  XtraBridgeTest() {
+    interpreter_->setXtraBridge(std::make_shared<FakeBridge>(log_));
+    interpreter_->registerHostFunction("alive", [log = log_](const std::vector<Value>&) {
+      return Value::integer(log->made - log->destroyed);
+    });
+  }
 
   std::shared_ptr<FakeLog> log_ = std::make_shared<FakeLog>();
 };
@@ -62,6 +68,27 @@ TEST_F(XtraBridgeTest, ReleasesInstancesHeldByListsThatHoldThemselves) {
   EXPECT_EQ(log_->destroyed, 0);
   interpreter_->releaseValues();
   EXPECT_EQ(log_->destroyed, 2);
+}
+
+// `alive()` counts the instances not yet released, as the script sees it.
+TEST_F(XtraBridgeTest, ReleasesInstancesInCyclesWhenTheHandlerThatLeftThemReturns) {
+  run("on cycle\n  l = [new(xtra \"Tonvik\")]\n  add(l, l)\n  return l\nend\n"
+      "on made\n  return [new(xtra \"Tonvik\")]\nend");
+  const std::pair<const char*, const char*> cases[] = {
+      {"on f\n  l = [new(xtra \"Tonvik\")]\n  add(l, l)\nend\nf()\nput alive()", "-- 0\n"},
+      // A cycle closed on a list that another handler made.
+      {"on f\n  l = made()\n  add(l, l)\nend\nf()\nput alive()", "-- 0\n"},
+      {"on f\n  p = [#o: new(xtra \"Tonvik\")]\n  p.me = p\nend\nf()\nput alive()", "-- 0\n"},
+      // What the handler returns stays, until the caller lets go and returns in turn.
+      {"on f\n  k = cycle()\n  put alive()\nend\nf()\nput alive()", "-- 1\n-- 0\n"},
+      {"on f\n  global g\n  g = cycle()\nend\nf()\nput alive()\ng = 0\nput alive()",
+       "-- 1\n-- 1\n"},
+  };
+  for (const auto& [script, expected] : cases) {
+    EXPECT_EQ(run(script), expected) << script;
+    // A cycle left by top-level statements goes when the run ends.
+    EXPECT_EQ(run("put alive()"), "-- 0\n") << script;
+  }
 }
 
 TEST_F(XtraBridgeTest, ReleasesEveryInstanceBeforeTheBridgeGoes) {

@@ -98,11 +98,24 @@ struct XtraExpr {
   ExprPtr name;
 };
 
+// Operator and postfix chains (`1 + 1 + ...`, `l[1][1]...`) are as deep as they are long, so an
+// expression frees its operands in a loop rather than by recursion, and without allocating.
 struct Expr {
+  Expr() = default;
+  ~Expr();
+  Expr(const Expr&) = delete;
+  Expr& operator=(const Expr&) = delete;
+
   int line = 0;
   std::variant<LiteralExpr, VariableExpr, UnaryExpr, BinaryExpr, CallExpr, MethodCallExpr,
                PropertyExpr, IndexExpr, ListExpr, PropListExpr, TheExpr, XtraExpr>
       node;
+
+ private:
+  // Moves this node's operands onto `pending`, a list linked through nextToFree_.
+  void detachOperands(Expr*& pending);
+
+  Expr* nextToFree_ = nullptr;
 };
 
 // target is a VariableExpr, IndexExpr or PropertyExpr.

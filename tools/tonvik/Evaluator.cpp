@@ -1,10 +1,15 @@
 // Expressions and calls of the interpreter.
 #include <algorithm>
+#include <boost/container/small_vector.hpp>
 #include <cstdio>
+#include <optional>
+#include <type_traits>
 
 #include "Builtins.h"
 #include "CaseFold.h"
+#include "CycleCollector.h"
 #include "Interpreter.h"
+#include "Limits.h"
 #include "ListOps.h"
 #include "ScriptError.h"
 #include "ValueFormat.h"
@@ -14,8 +19,6 @@ namespace tonvik {
 
 namespace {
 
-// Deeper handler recursion than this is a script error instead of a stack overflow.
-constexpr int kMaxCallDepth = 500;
 constexpr int kTicksPerSecond = 60;
 constexpr int kMillisecondsPerSecond = 1000;
 // A day: longer waits are cut to this, so that no value can overflow the clock's arithmetic.
@@ -42,6 +45,36 @@ std::string argumentCountMessage(const Builtin& builtin, std::size_t given) {
          std::to_string(given);
 }
 
+// Links of a chain: an operator applied to what stands on its left, and `[i]`, `.name` and
+// `.name(args)` applied to their object. The parser builds chains in a loop, so a chain is as
+// long as its line (`1 + 1 + ...`, `l[1][1]...`), and it is evaluated in a loop too; only nesting
+// written in the script (parentheses, brackets, arguments) makes the evaluator recurse.
+template <typename Node>
+constexpr bool kIsChainLink =
+    std::is_same_v<Node, BinaryExpr> || std::is_same_v<Node, IndexExpr> ||
+    std::is_same_v<Node, PropertyExpr> || std::is_same_v<Node, MethodCallExpr>;
+
+// What the link at `expr` is applied to, or null when `expr` is not a link.
+const Expr* chainOperand(const Expr& expr) {
+  if (const auto* e = std::get_if<BinaryExpr>(&expr.node)) return e->left.get();
+  if (const auto* e = std::get_if<IndexExpr>(&expr.node)) return e->object.get();
+  if (const auto* e = std::get_if<PropertyExpr>(&expr.node)) return e->object.get();
+  if (const auto* e = std::get_if<MethodCallExpr>(&expr.node)) return e->object.get();
+  return nullptr;
+}
+
+// The separator of a concatenation link, or nothing for any other link.
+std::optional<std::string_view> concatenation(const Expr& link) {
+  const auto* binary = std::get_if<BinaryExpr>(&link.node);
+  if (binary == nullptr) return std::nullopt;
+  if (binary->op == BinaryOp::Concat) return "";
+  if (binary->op == BinaryOp::ConcatWithSpace) return " ";
+  return std::nullopt;
+}
+
+// Chains shorter than this are walked without allocating.
+constexpr std::size_t kShortChain = 16;
+
 ArithmeticOp arithmeticOp(BinaryOp op) {
   switch (op) {
     case BinaryOp::Subtract:
@@ -60,7 +93,59 @@ ArithmeticOp arithmeticOp(BinaryOp op) {
 }  // namespace
 
 Value Interpreter::eval(const Expr& expr, Frame& frame) {
-  return std::visit([&](const auto& node) { return evalNode(node, frame); }, expr.node);
+  guardStack();
+  countStep();
+  auto evalStart = [&](const Expr& start) {
+    return std::visit(
+        [&](const auto& node) -> Value {
+          // A chain starts at a node that is not a link.
+          if constexpr (kIsChainLink<std::decay_t<decltype(node)>>) {
+            return Value();
+          } else {
+            return evalNode(node, frame);
+          }
+        },
+        start.node);
+  };
+  const Expr* operand = chainOperand(expr);
+  if (operand == nullptr) return evalStart(expr);
+  // A chain of one link, the most common, needs neither the list of links nor the loop.
+  if (chainOperand(*operand) == nullptr && !concatenation(expr)) {
+    countStep();
+    return evalLink(expr, evalStart(*operand), frame);
+  }
+  boost::container::small_vector<const Expr*, kShortChain> links;
+  const Expr* start = &expr;
+  for (const Expr* inner; (inner = chainOperand(*start)) != nullptr; start = inner) {
+    links.push_back(start);
+  }
+  Value value = evalStart(*start);
+  // Concatenations in a row append to one text instead of copying it at every link.
+  std::optional<std::string> text;
+  for (auto link = links.rbegin(); link != links.rend(); ++link) {
+    countStep();
+    if (auto separator = concatenation(**link)) {
+      Value right = eval(*std::get<BinaryExpr>((*link)->node).right, frame);
+      if (text) {
+        appendText(*text, *separator, right);
+      } else {
+        // The first link of a run checks the length before copying the left side.
+        text = joinText(value, *separator, right);
+      }
+      continue;
+    }
+    if (text) value = Value::string(*std::exchange(text, std::nullopt));
+    value = evalLink(**link, std::move(value), frame);
+  }
+  if (text) value = Value::string(std::move(*text));
+  return value;
+}
+
+Value Interpreter::evalLink(const Expr& link, Value&& operand, Frame& frame) {
+  if (const auto* e = std::get_if<BinaryExpr>(&link.node)) return evalLink(*e, operand, frame);
+  if (const auto* e = std::get_if<IndexExpr>(&link.node)) return evalLink(*e, operand, frame);
+  if (const auto* e = std::get_if<PropertyExpr>(&link.node)) return evalLink(*e, operand, frame);
+  return evalLink(std::get<MethodCallExpr>(link.node), std::move(operand), frame);
 }
 
 std::vector<Value> Interpreter::evalArgs(const ExprList& args, Frame& frame) {
@@ -84,9 +169,8 @@ Value Interpreter::evalNode(const UnaryExpr& expr, Frame& frame) {
   return negate(operand);
 }
 
-Value Interpreter::evalNode(const BinaryExpr& expr, Frame& frame) {
+Value Interpreter::evalLink(const BinaryExpr& expr, const Value& left, Frame& frame) {
   // Both sides are always evaluated, `and` and `or` included, as Lingo does.
-  Value left = eval(*expr.left, frame);
   Value right = eval(*expr.right, frame);
   switch (expr.op) {
     case BinaryOp::Add:
@@ -96,9 +180,9 @@ Value Interpreter::evalNode(const BinaryExpr& expr, Frame& frame) {
     case BinaryOp::Mod:
       return arithmetic(arithmeticOp(expr.op), left, right);
     case BinaryOp::Concat:
-      return Value::string(displayText(left) + displayText(right));
+      return Value::string(joinText(left, "", right));
     case BinaryOp::ConcatWithSpace:
-      return Value::string(displayText(left) + " " + displayText(right));
+      return Value::string(joinText(left, " ", right));
     case BinaryOp::Equal:
       return Value::boolean(lingoEquals(left, right));
     case BinaryOp::NotEqual:
@@ -134,8 +218,7 @@ Value Interpreter::evalNode(const CallExpr& expr, Frame& frame) {
   return callFunction(expr.name, expr.spelling, evalArgs(expr.args, frame));
 }
 
-Value Interpreter::evalNode(const MethodCallExpr& expr, Frame& frame) {
-  Value object = eval(*expr.object, frame);
+Value Interpreter::evalLink(const MethodCallExpr& expr, Value&& object, Frame& frame) {
   std::vector<Value> args = evalArgs(expr.args, frame);
   if (object.kind() == ValueKind::Instance) {
     XtraInstance& instance = object.asInstance();
@@ -150,8 +233,7 @@ Value Interpreter::evalNode(const MethodCallExpr& expr, Frame& frame) {
   return callFunction(expr.name, expr.spelling, std::move(args));
 }
 
-Value Interpreter::evalNode(const PropertyExpr& expr, Frame& frame) {
-  Value object = eval(*expr.object, frame);
+Value Interpreter::evalLink(const PropertyExpr& expr, const Value& object, Frame&) {
   if (expr.name == "ilk") return findBuiltin("ilk")->call({object});
   if (object.kind() == ValueKind::List || object.kind() == ValueKind::PropList) {
     if (expr.name == "count") return Value::integer(countOf(object, "count"));
@@ -162,13 +244,12 @@ Value Interpreter::evalNode(const PropertyExpr& expr, Frame& frame) {
     }
   }
   if (object.kind() == ValueKind::String && expr.name == "length") {
-    return Value::integer(static_cast<std::int32_t>(object.asString().size()));
+    return Value::integer(lingoCount(object.asString().size(), "length"));
   }
   throw ScriptError(describeValue(object) + " has no property " + expr.spelling);
 }
 
-Value Interpreter::evalNode(const IndexExpr& expr, Frame& frame) {
-  Value object = eval(*expr.object, frame);
+Value Interpreter::evalLink(const IndexExpr& expr, const Value& object, Frame& frame) {
   Value index = eval(*expr.index, frame);
   if (object.kind() == ValueKind::PropList && index.kind() != ValueKind::Integer) {
     return getaProp(object, index, "");
@@ -243,7 +324,7 @@ Value Interpreter::callFunction(const std::string& name, const std::string& spel
   if (auto handler = handlers_.find(name); handler != handlers_.end()) {
     // Held here, so that a handler redefined while it runs stays alive until it returns.
     std::shared_ptr<const Handler> running = handler->second;
-    return callHandler(*running, std::move(args));
+    return invokeHandler(*running, std::move(args));
   }
   if (name == "new") return newInstance(args);
   if (name == "wait") {
@@ -271,23 +352,25 @@ Value Interpreter::callFunction(const std::string& name, const std::string& spel
   throw ScriptError("Handler not defined: " + spelling);
 }
 
-Value Interpreter::callHandler(const Handler& handler, std::vector<Value> args) {
+Value Interpreter::invokeHandler(const Handler& handler, std::vector<Value> args) {
   if (callDepth_ >= kMaxCallDepth) {
     throw ScriptError("Handlers nested too deeply (more than " + std::to_string(kMaxCallDepth) +
                       " calls) in " + handler.spelling);
   }
+  guardStack();
+  // Lists the call made and left in a cycle go when it ends, after its variables (the frame is
+  // destroyed first); its result is held by the caller by then, so it stays.
+  CycleCollection onReturn(CycleCollection::Scope::Call);
   Frame frame;
   for (std::size_t i = 0; i < handler.params.size(); ++i) {
     frame.locals[handler.params[i]] = i < args.size() ? std::move(args[i]) : Value();
   }
-  ++callDepth_;
-  try {
-    execBlock(handler.body, frame);
-  } catch (...) {
-    --callDepth_;
-    throw;
-  }
-  --callDepth_;
+  struct Depth {
+    int& depth;
+    explicit Depth(int& d) : depth(++d) {}
+    ~Depth() { --depth; }
+  } depth(callDepth_);
+  execBlock(handler.body, frame);
   return std::move(frame.result);
 }
 

@@ -3,7 +3,6 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "LoaderBridge.h"
 #include "MidiHostFunctions.h"
 #include "MidiSystemControl.h"
 
@@ -13,7 +12,7 @@ namespace {
 constexpr double kDeliveryTimeoutSeconds = 10.0;
 }  // namespace
 
-void installHost(Interpreter& interpreter, const Options& options) {
+std::shared_ptr<HostState> installHost(Interpreter& interpreter, const Options& options) {
   // The MIDI system must be chosen before anything (the Xtra included) first touches it.
   const char* backend = options.midi == MidiSystem::Jack ? "jack" : "virtual";
   if (!midisystem::selectBackend(backend)) {
@@ -36,6 +35,7 @@ void installHost(Interpreter& interpreter, const Options& options) {
     if (isVirtual && duration.count() > 0) midisystem::waitUntilDelivered(kDeliveryTimeoutSeconds);
     midisystem::runRunLoop(static_cast<double>(duration.count()) / 1000.0);
   });
+  return host;
 }
 
 }  // namespace tonvik

@@ -1,5 +1,6 @@
 #include "HostValues.h"
 
+#include "Limits.h"
 #include "ScriptError.h"
 
 namespace tonvik {
@@ -8,10 +9,8 @@ namespace {
 
 // A list that contains itself cannot be handed over; deep nesting is refused long before the
 // stack would be at risk.
-constexpr int kMaxNesting = 100;
-
 LingoValue toHost(director::ValueStore& store, const Value& value, int depth) {
-  if (depth > kMaxNesting) throw ScriptError("list nested too deeply to pass to an Xtra");
+  if (depth > kMaxXtraListNesting) throw ScriptError("list nested too deeply to pass to an Xtra");
   switch (value.kind()) {
     case ValueKind::Void:
       return store.makeVoid();

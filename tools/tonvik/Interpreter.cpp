@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "CaseFold.h"
+#include "CycleCollector.h"
 #include "Parser.h"
 #include "ScriptError.h"
 #include "ValueFormat.h"
@@ -24,7 +25,10 @@ void sleepFor(std::chrono::milliseconds duration) {
 }  // namespace
 
 Interpreter::Interpreter(std::ostream& out)
-    : out_(out), runLoopStep_(sleepFor), start_(std::chrono::steady_clock::now()) {}
+    : out_(out),
+      runLoopStep_(sleepFor),
+      stackFloor_(stackFloor()),
+      start_(std::chrono::steady_clock::now()) {}
 
 Interpreter::~Interpreter() {
   releaseValues();
@@ -47,50 +51,72 @@ Value Interpreter::global(std::string_view name) const {
   return it == globals_.end() ? Value() : it->second;
 }
 
-void Interpreter::releaseValues() {
-  // Lists that hold one another would keep each other, and any instance inside, alive.
-  std::vector<Value> lists;
-  std::unordered_set<const void*> seen;
-  std::vector<Value> pending;
-  for (auto& [name, value] : globals_) pending.push_back(value);
-  while (!pending.empty()) {
-    Value value = std::move(pending.back());
-    pending.pop_back();
-    if (value.kind() != ValueKind::List && value.kind() != ValueKind::PropList) continue;
-    if (!seen.insert(value.reference()).second) continue;
-    if (value.kind() == ValueKind::List) {
-      for (const Value& item : value.asList().items) pending.push_back(item);
-    } else {
-      for (const Property& entry : value.asPropList().entries) {
-        pending.push_back(entry.key);
-        pending.push_back(entry.value);
-      }
-    }
-    lists.push_back(std::move(value));
-  }
+void Interpreter::releaseValues() noexcept {
   globals_.clear();
-  for (Value& list : lists) {
-    if (list.kind() == ValueKind::List) {
-      list.asList().items.clear();
-    } else {
-      list.asPropList().entries.clear();
-    }
+  collectCycles(0);
+}
+
+template <typename Body>
+void Interpreter::guarded(Body&& body) {
+  halted_ = false;
+  steps_ = 0;
+  deadline_ = std::chrono::steady_clock::now() + timeLimit_;
+  try {
+    body();
+  } catch (const HaltSignal&) {
+    halted_ = true;
+  } catch (const std::bad_alloc&) {
+    // Statements report it with their line; this is what fails outside them (parsing, say).
+    throw outOfMemoryError();
   }
 }
 
 void Interpreter::run(std::string_view text) {
-  Script script = parseScript(text);
-  for (auto& handler : script.handlers) handlers_[handler->name] = handler;
-  Frame frame;
-  frame.topLevel = true;
-  try {
+  guarded([&] {
+    // What only cycles keep goes once the run ends, however it ends: top-level statements make
+    // their lists in the global frame, which no handler return covers.
+    CycleCollection atEnd(CycleCollection::Scope::Run);
+    Script script = parseScript(text);
+    for (auto& handler : script.handlers) handlers_[handler->name] = handler;
+    Frame frame;
+    frame.topLevel = true;
     for (const StmtPtr& stmt : script.statements) {
       Flow flow = exec(*stmt, frame);
       if (flow == Flow::Return || flow == Flow::Exit) break;
       runLoopStep_(std::chrono::milliseconds(0));
     }
-  } catch (const HaltSignal&) {
+  });
+}
+
+bool Interpreter::hasHandler(std::string_view name) const {
+  return handlers_.count(foldCase(name)) != 0;
+}
+
+Value Interpreter::call(std::string_view name, std::vector<Value> args) {
+  Value result;
+  guarded([&] {
+    auto handler = handlers_.find(foldCase(name));
+    if (handler == handlers_.end()) throw ScriptError("Handler not defined: " + std::string(name));
+    std::shared_ptr<const Handler> running = handler->second;
+    result = invokeHandler(*running, std::move(args));
+  });
+  return result;
+}
+
+void Interpreter::countLimitedStep() {
+  if (stepLimit_ != 0 && ++steps_ > stepLimit_) {
+    throw ScriptError("The script ran past its limit of " + std::to_string(stepLimit_) + " steps");
   }
+  if (timeLimit_.count() != 0 && std::chrono::steady_clock::now() > deadline_) {
+    throw ScriptError("The script ran past its limit of " + std::to_string(timeLimit_.count()) +
+                      " ms");
+  }
+}
+
+void Interpreter::stackUsedUp() const {
+  if (callDepth_ == 0) throw ScriptError("Expression nested too deeply for the stack");
+  throw ScriptError("Handler calls and expressions nested too deeply for the stack (" +
+                    std::to_string(callDepth_) + " calls deep)");
 }
 
 Interpreter::Flow Interpreter::execBlock(const Block& block, Frame& frame) {
@@ -103,12 +129,14 @@ Interpreter::Flow Interpreter::execBlock(const Block& block, Frame& frame) {
 
 Interpreter::Flow Interpreter::exec(const Stmt& stmt, Frame& frame) {
   try {
+    guardStack();
+    countStep();
     return std::visit([&](const auto& node) { return execNode(node, frame); }, stmt.node);
   } catch (ScriptError& error) {
     if (!error.hasLine()) error.setLine(stmt.line);
     throw;
   } catch (const std::bad_alloc&) {
-    throw ScriptError("Out of memory", stmt.line);
+    throw outOfMemoryError(stmt.line);
   } catch (const std::exception& error) {
     throw ScriptError(error.what(), stmt.line);
   }
@@ -129,9 +157,9 @@ Interpreter::Flow Interpreter::execNode(const PutStmt& stmt, Frame& frame) {
 Interpreter::Flow Interpreter::execNode(const PutIntoStmt& stmt, Frame& frame) {
   Value value = eval(*stmt.value, frame);
   if (stmt.mode != PutMode::Into) {
-    std::string current = displayText(eval(*stmt.target, frame));
-    std::string added = displayText(value);
-    value = Value::string(stmt.mode == PutMode::After ? current + added : added + current);
+    Value current = eval(*stmt.target, frame);
+    value = Value::string(stmt.mode == PutMode::After ? joinText(current, "", value)
+                                                      : joinText(value, "", current));
   }
   assign(*stmt.target, std::move(value), frame);
   return Flow::Normal;

@@ -12,6 +12,8 @@ namespace {
 
 // "¬" in UTF-8, Lingo's line continuation.
 constexpr std::string_view kContinuationMark = "\xC2\xAC";
+// Editors on Windows begin UTF-8 files with it; it is not part of the script.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool isIdentifierStart(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
@@ -27,7 +29,9 @@ bool isIdentifierPart(char c) {
 
 class Lexer {
  public:
-  explicit Lexer(std::string_view text) : text_(text) {}
+  explicit Lexer(std::string_view text) : text_(text) {
+    if (text_.starts_with(kByteOrderMark)) pos_ = kByteOrderMark.size();
+  }
 
   std::vector<Token> run() {
     while (pos_ < text_.size()) step();
@@ -50,9 +54,9 @@ class Lexer {
 
   void step() {
     char c = peek();
-    if (c == ' ' || c == '\t' || c == '\r') {
+    if (c == ' ' || c == '\t' || (c == '\r' && peek(1) == '\n')) {
       ++pos_;
-    } else if (c == '\n') {
+    } else if (isLineEnd(c)) {
       ++pos_;
       if (nesting_ == 0) push(TokenKind::Newline, "\n");
       ++line_;
@@ -75,22 +79,25 @@ class Lexer {
     }
   }
 
+  // Lines end in LF, CR LF (Windows) or a lone CR (classic Mac OS, where Director began).
+  static bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+
   void skipComment() {
-    while (pos_ < text_.size() && peek() != '\n') ++pos_;
+    while (pos_ < text_.size() && !isLineEnd(peek())) ++pos_;
   }
 
   // The rest of the line after a continuation mark may hold only blanks and a comment.
   void continueLine(std::size_t markLength) {
     pos_ += markLength;
-    while (peek() == ' ' || peek() == '\t' || peek() == '\r') ++pos_;
+    while (peek() == ' ' || peek() == '\t') ++pos_;
     if (peek() == '-' && peek(1) == '-') skipComment();
     if (pos_ >= text_.size()) {
       ScriptError error("Line continuation at the end of the script", line_);
       error.setIncomplete();
       throw error;
     }
-    if (peek() != '\n') throw ScriptError("Text after a line continuation", line_);
-    ++pos_;
+    if (!isLineEnd(peek())) throw ScriptError("Text after a line continuation", line_);
+    pos_ += peek() == '\r' && peek(1) == '\n' ? 2 : 1;
     ++line_;
   }
 
@@ -124,7 +131,7 @@ class Lexer {
 
   void string() {
     std::size_t start = ++pos_;
-    while (pos_ < text_.size() && peek() != '"' && peek() != '\n') ++pos_;
+    while (pos_ < text_.size() && peek() != '"' && !isLineEnd(peek())) ++pos_;
     if (peek() != '"') throw ScriptError("String without its closing quote", line_);
     push(TokenKind::String, std::string(text_.substr(start, pos_ - start)));
     ++pos_;

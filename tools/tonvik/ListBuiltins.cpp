@@ -1,6 +1,7 @@
 #include <string>
 
 #include "Builtins.h"
+#include "Limits.h"
 #include "ListOps.h"
 #include "ScriptError.h"
 #include "ValueOps.h"
@@ -17,13 +18,13 @@ std::int32_t positionOf(const Value& list, const Value& item, std::string_view f
   if (list.kind() == ValueKind::List) {
     const auto& items = list.asList().items;
     for (std::size_t i = 0; i < items.size(); ++i) {
-      if (lingoEquals(items[i], item)) return static_cast<std::int32_t>(i + 1);
+      if (lingoEquals(items[i], item)) return lingoCount(i + 1, function);
     }
     return 0;
   }
   const auto& entries = list.asPropList().entries;
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (lingoEquals(entries[i].value, item)) return static_cast<std::int32_t>(i + 1);
+    if (lingoEquals(entries[i].value, item)) return lingoCount(i + 1, function);
   }
   return 0;
 }
@@ -114,8 +115,7 @@ const Builtin kListBuiltins[] = {
      [](const Args& a) {
        const auto& entries = requirePropList(a[0], "findPos").entries;
        for (std::size_t i = 0; i < entries.size(); ++i) {
-         if (keysMatch(entries[i].key, a[1]))
-           return Value::integer(static_cast<std::int32_t>(i + 1));
+         if (keysMatch(entries[i].key, a[1])) return Value::integer(lingoCount(i + 1, "findPos"));
        }
        return Value();
      }},

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Limits.h"
 #include "ScriptError.h"
 #include "ValueFormat.h"
 #include "ValueOps.h"
@@ -12,8 +13,6 @@ namespace {
 
 // The linear-list padding value when setAt writes past the end.
 constexpr std::int32_t kPadding = 0;
-// setAt refuses to grow a list past this many items, so a stray index cannot exhaust memory.
-constexpr std::size_t kMaxListLength = std::size_t{1} << 24;
 
 // "function: message", or the message alone, capitalised, for `list[i]` which has no name.
 std::string prefixed(std::string_view function, std::string message) {
@@ -66,7 +65,7 @@ std::int32_t countOf(const Value& list, std::string_view function) {
   requireAnyList(list, function);
   std::size_t count = list.kind() == ValueKind::List ? list.asList().items.size()
                                                      : list.asPropList().entries.size();
-  return static_cast<std::int32_t>(count);
+  return lingoCount(count, function);
 }
 
 Value getAt(const Value& list, const Value& position, std::string_view function) {
@@ -90,7 +89,7 @@ void setAt(const Value& list, const Value& position, Value item, std::string_vie
   }
   auto& items = list.asList().items;
   if (index < 1) requirePosition(index, items.size(), function);
-  if (static_cast<std::size_t>(index) > kMaxListLength) {
+  if (static_cast<std::size_t>(index) > valueLimits().maxListGrowth) {
     throw ScriptError(prefixed(function, "index " + std::to_string(index) + " is too large"));
   }
   if (static_cast<std::size_t>(index) > items.size()) {

@@ -5,14 +5,13 @@
 
 #include "CaseFold.h"
 #include "Lexer.h"
+#include "Limits.h"
 #include "ScriptError.h"
+#include "StackLimit.h"
 
 namespace tonvik {
 
 namespace {
-
-// Deeper nesting than this (of expressions or blocks) is refused rather than risking the stack.
-constexpr int kMaxNesting = 200;
 
 // Words that cannot name a variable or a handler.
 const std::set<std::string, std::less<>> kReservedWords = {
@@ -63,9 +62,13 @@ class Parser {
  private:
   class NestingGuard {
    public:
+    // Deeper nesting than the limit (of expressions or blocks) is refused rather than risking the
+    // stack; the stack is checked too, for a thread with a small one.
     explicit NestingGuard(Parser& parser) : parser_(parser) {
-      if (++parser_.nesting_ > kMaxNesting)
+      if (++parser_.nesting_ > kMaxSyntaxNesting) {
         parser_.fail("Script nested too deeply", parser_.peek());
+      }
+      checkStack("Script nested too deeply");
     }
     ~NestingGuard() { --parser_.nesting_; }
     NestingGuard(const NestingGuard&) = delete;

@@ -27,4 +27,8 @@ class ScriptError : public std::runtime_error {
   bool incomplete_ = false;
 };
 
+// "Out of memory", on `line`. Made without allocating: it copies an error made at start-up,
+// whose message the copy shares.
+ScriptError outOfMemoryError(int line = 0) noexcept;
+
 }  // namespace tonvik

@@ -4,12 +4,6 @@
 
 namespace tonvik {
 
-std::string formatScriptError(const ScriptError& error, const std::string& sourceName) {
-  std::string where = sourceName;
-  if (error.hasLine()) where += ":" + std::to_string(error.line());
-  return "Script error: " + std::string(error.what()) + " (" + where + ")";
-}
-
 int runScriptText(Interpreter& interpreter, std::string_view text, const std::string& sourceName,
                   std::ostream& out, std::ostream& err) {
   try {
@@ -17,7 +11,10 @@ int runScriptText(Interpreter& interpreter, std::string_view text, const std::st
   } catch (const ScriptError& error) {
     // What the script printed before it failed comes first, as it happened.
     out.flush();
-    err << formatScriptError(error, sourceName) << '\n';
+    // Written piece by piece: after "Out of memory" there may be no room to build the line.
+    err << "Script error: " << error.what() << " (" << sourceName;
+    if (error.hasLine()) err << ':' << error.line();
+    err << ")\n";
     return kExitScriptError;
   }
   out.flush();

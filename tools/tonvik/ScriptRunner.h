@@ -14,10 +14,8 @@ constexpr int kExitSuccess = 0;
 constexpr int kExitScriptError = 1;
 constexpr int kExitUsage = 2;
 
-// "Script error: MESSAGE (SOURCE:LINE)"
-std::string formatScriptError(const ScriptError& error, const std::string& sourceName);
-
-// The exit status: kExitSuccess, or kExitScriptError after writing the error to `err`.
+// The exit status: kExitSuccess, or kExitScriptError after writing the error to `err` as
+// "Script error: MESSAGE (SOURCE:LINE)".
 int runScriptText(Interpreter& interpreter, std::string_view text, const std::string& sourceName,
                   std::ostream& out, std::ostream& err);
 

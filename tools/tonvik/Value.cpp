@@ -1,25 +1,49 @@
 #include "Value.h"
 
+#include "Limits.h"
+
 namespace tonvik {
 
+LinearList::LinearList() : Container(Kind::List) {}
+LinearList::~LinearList() = default;
+PropertyList::PropertyList() : Container(Kind::PropList) {}
+PropertyList::~PropertyList() = default;
+
+void LinearList::clearValues() {
+  items.clear();
+}
+
+void PropertyList::clearValues() {
+  entries.clear();
+}
+
+Value Value::string(std::string v) {
+  checkStringLength(v.size());
+  return Value(Data(std::in_place_index<3>, std::make_shared<const std::string>(std::move(v))));
+}
+
 Value Value::newList(std::vector<Value> items) {
-  auto list = std::make_shared<LinearList>();
+  boost::intrusive_ptr<LinearList> list(new LinearList);
   list->items = std::move(items);
-  return Value::list(std::move(list));
+  return Value(Data(std::move(list)));
 }
 
 Value Value::newPropList() {
-  return Value::propList(std::make_shared<PropertyList>());
+  return Value(Data(boost::intrusive_ptr<PropertyList>(new PropertyList)));
 }
 
 const void* Value::reference() const {
+  if (const Container* list = container()) return list;
+  if (kind() == ValueKind::Instance) return std::get<8>(data_).get();
+  return nullptr;
+}
+
+Container* Value::container() const {
   switch (kind()) {
     case ValueKind::List:
       return std::get<5>(data_).get();
     case ValueKind::PropList:
       return std::get<6>(data_).get();
-    case ValueKind::Instance:
-      return std::get<8>(data_).get();
     default:
       return nullptr;
   }

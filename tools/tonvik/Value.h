@@ -1,6 +1,7 @@
 // The values a script works with. Lists and property lists are shared by reference, as in Lingo:
-// assigning a list to a second variable gives two names for one list. Xtra instances are shared
-// the same way and go away with their last reference.
+// assigning a list to a second variable gives two names for one list (Container.h). Xtra
+// instances are shared the same way and go away with their last reference. Strings cannot be
+// changed, so copies share one text.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "Container.h"
 #include "Symbol.h"
 
 namespace tonvik {
@@ -19,13 +21,22 @@ class Value;
 
 enum class ValueKind { Void, Integer, Float, String, Symbol, List, PropList, Xtra, Instance };
 
-struct LinearList {
+struct LinearList final : Container {
+  // Out of line, where Value is complete.
+  LinearList();
+  ~LinearList() override;
+  void clearValues() override;
+
   std::vector<Value> items;
 };
 
 struct Property;
 
-struct PropertyList {
+struct PropertyList final : Container {
+  PropertyList();
+  ~PropertyList() override;
+  void clearValues() override;
+
   std::vector<Property> entries;
 
   // The first entry with that key, or null; a list may hold a key more than once.
@@ -51,11 +62,10 @@ class Value {
 
   static Value integer(std::int32_t v) { return Value(Data(std::in_place_index<1>, v)); }
   static Value floating(double v) { return Value(Data(std::in_place_index<2>, v)); }
-  static Value string(std::string v) { return Value(Data(std::in_place_index<3>, std::move(v))); }
+  // A script error if the text is longer than valueLimits() allow.
+  static Value string(std::string v);
   static Value symbol(Symbol v) { return Value(Data(std::in_place_index<4>, v)); }
   static Value symbol(std::string_view name) { return symbol(Symbol::intern(name)); }
-  static Value list(std::shared_ptr<LinearList> v) { return Value(Data(std::move(v))); }
-  static Value propList(std::shared_ptr<PropertyList> v) { return Value(Data(std::move(v))); }
   static Value newList(std::vector<Value> items = {});
   static Value newPropList();
   static Value xtra(std::string name) { return Value(Data(XtraRef{std::move(name)})); }
@@ -68,7 +78,7 @@ class Value {
 
   std::int32_t asInteger() const { return std::get<1>(data_); }
   double asFloat() const { return std::get<2>(data_); }
-  const std::string& asString() const { return std::get<3>(data_); }
+  const std::string& asString() const { return *std::get<3>(data_); }
   Symbol asSymbol() const { return std::get<4>(data_); }
   LinearList& asList() const { return *std::get<5>(data_); }
   PropertyList& asPropList() const { return *std::get<6>(data_); }
@@ -77,11 +87,14 @@ class Value {
 
   // The address of the shared list, property list or instance, for identity tests; else null.
   const void* reference() const;
+  // The list or property list, else null.
+  Container* container() const;
 
  private:
-  using Data = std::variant<std::monostate, std::int32_t, double, std::string, Symbol,
-                            std::shared_ptr<LinearList>, std::shared_ptr<PropertyList>, XtraRef,
-                            std::shared_ptr<XtraInstance>>;
+  using Data =
+      std::variant<std::monostate, std::int32_t, double, std::shared_ptr<const std::string>, Symbol,
+                   boost::intrusive_ptr<LinearList>, boost::intrusive_ptr<PropertyList>, XtraRef,
+                   std::shared_ptr<XtraInstance>>;
   explicit Value(Data data) : data_(std::move(data)) {}
 
   Data data_;

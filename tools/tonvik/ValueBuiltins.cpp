@@ -4,6 +4,7 @@
 
 #include "Builtins.h"
 #include "CaseFold.h"
+#include "Limits.h"
 #include "ScriptError.h"
 #include "ValueFormat.h"
 #include "ValueOps.h"
@@ -116,7 +117,7 @@ Value offset(const Args& a) {
   std::string haystack = foldCase(textArgument(a[1], "offset"));
   if (needle.empty()) return Value::integer(0);
   auto found = haystack.find(needle);
-  return Value::integer(found == std::string::npos ? 0 : static_cast<std::int32_t>(found + 1));
+  return Value::integer(found == std::string::npos ? 0 : lingoCount(found + 1, "offset"));
 }
 
 Value absolute(const Args& a) {
@@ -150,7 +151,10 @@ const Builtin kValueBuiltins[] = {
     {"symbol", 1, 1, toSymbol},
     {"length", 1, 1,
      [](const Args& a) {
-       return Value::integer(static_cast<std::int32_t>(textArgument(a[0], "length").size()));
+       // A string's own text, not a copy of it: strings may be long.
+       std::size_t length = a[0].kind() == ValueKind::String ? a[0].asString().size()
+                                                             : textArgument(a[0], "length").size();
+       return Value::integer(lingoCount(length, "length"));
      }},
     {"chars", 3, 3, chars},
     {"offset", 2, 2, offset},

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "Value.h"
 
@@ -15,5 +16,11 @@ std::string formatValue(const Value& value);
 std::string displayText(const Value& value);
 
 std::string formatFloat(double value);
+
+// `a & b` (separator "") and `a && b` (" "): the text of both, its length checked against the
+// string limit before anything is copied.
+std::string joinText(const Value& left, std::string_view separator, const Value& right);
+// Appends the separator and the text of `value`, checking the limit first.
+void appendText(std::string& text, std::string_view separator, const Value& value);
 
 }  // namespace tonvik

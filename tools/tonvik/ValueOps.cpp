@@ -4,6 +4,10 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "CaseFold.h"
 #include "ScriptError.h"
@@ -12,9 +16,6 @@
 namespace tonvik {
 
 namespace {
-
-// Deeper than this, comparing or copying nested lists is taken to be a list that contains itself.
-constexpr int kMaxListDepth = 1000;
 
 const char* operatorText(ArithmeticOp op) {
   switch (op) {
@@ -99,35 +100,12 @@ int compareFolded(const std::string& a, const std::string& b) {
   return fa < fb ? -1 : (fa == fb ? 0 : 1);
 }
 
-bool equalsAt(const Value& left, const Value& right, int depth);
-
-bool listsEqual(const Value& left, const Value& right, int depth) {
-  if (depth > kMaxListDepth) throw ScriptError("Lists nested too deeply to compare");
-  if (left.kind() == ValueKind::List) {
-    const auto& a = left.asList().items;
-    const auto& b = right.asList().items;
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      if (!equalsAt(a[i], b[i], depth + 1)) return false;
-    }
-    return true;
-  }
-  const auto& a = left.asPropList().entries;
-  const auto& b = right.asPropList().entries;
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (!keysMatch(a[i].key, b[i].key) || !equalsAt(a[i].value, b[i].value, depth + 1)) {
-      return false;
-    }
-  }
-  return true;
+bool isContainer(const Value& value) {
+  return value.kind() == ValueKind::List || value.kind() == ValueKind::PropList;
 }
 
-bool equalsAt(const Value& left, const Value& right, int depth) {
-  if (left.kind() == ValueKind::List || left.kind() == ValueKind::PropList) {
-    if (left.kind() != right.kind()) return false;
-    return left.reference() == right.reference() || listsEqual(left, right, depth);
-  }
+// Two values neither of which is a list.
+bool scalarsEqual(const Value& left, const Value& right) {
   if (left.kind() == ValueKind::Instance || right.kind() == ValueKind::Instance) {
     return left.reference() == right.reference();
   }
@@ -142,23 +120,109 @@ bool equalsAt(const Value& left, const Value& right, int depth) {
   return false;
 }
 
-Value copyAt(const Value& value, int depth) {
-  if (depth > kMaxListDepth) throw ScriptError("Lists nested too deeply to copy");
-  if (value.kind() == ValueKind::List) {
-    std::vector<Value> items;
-    items.reserve(value.asList().items.size());
-    for (const Value& item : value.asList().items) items.push_back(copyAt(item, depth + 1));
-    return Value::newList(std::move(items));
+struct ListPairHash {
+  std::size_t operator()(const std::pair<const Container*, const Container*>& pair) const {
+    std::hash<const void*> hash;
+    return hash(pair.first) * 31 + hash(pair.second);
   }
-  if (value.kind() == ValueKind::PropList) {
-    Value copy = Value::newPropList();
-    for (const Property& entry : value.asPropList().entries) {
-      copy.asPropList().add(entry.key, copyAt(entry.value, depth + 1));
+};
+
+// Lists are compared item by item in a loop over the pairs of lists still to compare. A pair met
+// a second time (shared lists, or lists that contain themselves) is not compared again: were it
+// unequal, the comparison would already have ended. So any nesting compares, and in time linear
+// in the pairs of lists met.
+class ListComparison {
+ public:
+  bool equal(const Value& left, const Value& right) {
+    if (!itemsMayBeEqual(left, right)) return false;
+    while (!pending_.empty()) {
+      auto [a, b] = pending_.back();
+      pending_.pop_back();
+      if (!contentsEqual(*a, *b)) return false;
     }
-    return copy;
+    return true;
   }
-  return value;
-}
+
+ private:
+  // Equal as scalars, or a pair of lists that is the same list, already met or now queued.
+  bool itemsMayBeEqual(const Value& left, const Value& right) {
+    if (!isContainer(left) && !isContainer(right)) return scalarsEqual(left, right);
+    if (left.kind() != right.kind()) return false;
+    const Container* a = left.container();
+    const Container* b = right.container();
+    if (a != b && seen_.insert({a, b}).second) pending_.emplace_back(a, b);
+    return true;
+  }
+
+  bool contentsEqual(const Container& left, const Container& right) {
+    if (left.kind() == Container::Kind::List) {
+      const auto& a = static_cast<const LinearList&>(left).items;
+      const auto& b = static_cast<const LinearList&>(right).items;
+      if (a.size() != b.size()) return false;
+      for (std::size_t i = 0; i < a.size(); ++i) {
+        if (!itemsMayBeEqual(a[i], b[i])) return false;
+      }
+      return true;
+    }
+    const auto& a = static_cast<const PropertyList&>(left).entries;
+    const auto& b = static_cast<const PropertyList&>(right).entries;
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+      if (!keysMatch(a[i].key, b[i].key) || !itemsMayBeEqual(a[i].value, b[i].value)) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  std::vector<std::pair<const Container*, const Container*>> pending_;
+  std::unordered_set<std::pair<const Container*, const Container*>, ListPairHash> seen_;
+};
+
+// Copies every list in a loop, once each: a list that appears twice in the original appears
+// twice in the copy as one new list, and a list that contains itself copies to one that does.
+class DeepCopy {
+ public:
+  Value copy(const Value& value) {
+    Value result = copyOf(value);
+    while (!pending_.empty()) {
+      auto [original, copy] = pending_.back();
+      pending_.pop_back();
+      fill(*original, *copy);
+    }
+    return result;
+  }
+
+ private:
+  // The value itself, or the new list that stands for an original list.
+  Value copyOf(const Value& value) {
+    const Container* original = value.container();
+    if (original == nullptr) return value;
+    auto [found, added] = copies_.try_emplace(original);
+    if (added) {
+      found->second = value.kind() == ValueKind::List ? Value::newList() : Value::newPropList();
+      pending_.emplace_back(original, found->second.container());
+    }
+    return found->second;
+  }
+
+  void fill(const Container& original, Container& copy) {
+    if (original.kind() == Container::Kind::List) {
+      const auto& items = static_cast<const LinearList&>(original).items;
+      auto& copied = static_cast<LinearList&>(copy).items;
+      copied.reserve(items.size());
+      for (const Value& item : items) copied.push_back(copyOf(item));
+      return;
+    }
+    auto& copied = static_cast<PropertyList&>(copy);
+    for (const Property& entry : static_cast<const PropertyList&>(original).entries) {
+      copied.add(entry.key, copyOf(entry.value));
+    }
+  }
+
+  std::unordered_map<const Container*, Value> copies_;
+  std::vector<std::pair<const Container*, Container*>> pending_;
+};
 
 }  // namespace
 
@@ -231,7 +295,8 @@ Value negate(const Value& operand) {
 }
 
 bool lingoEquals(const Value& left, const Value& right) {
-  return equalsAt(left, right, 0);
+  if (!isContainer(left) && !isContainer(right)) return scalarsEqual(left, right);
+  return ListComparison().equal(left, right);
 }
 
 int lingoCompare(const Value& left, const Value& right) {
@@ -256,7 +321,7 @@ bool isTrue(const Value& value) {
 }
 
 Value deepCopy(const Value& value) {
-  return copyAt(value, 0);
+  return DeepCopy().copy(value);
 }
 
 }  // namespace tonvik

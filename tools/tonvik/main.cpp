@@ -10,11 +10,13 @@
 #include <iterator>
 #include <sstream>
 
+#include "Container.h"
 #include "HostSetup.h"
 #include "Interpreter.h"
 #include "Options.h"
 #include "Repl.h"
 #include "ScriptRunner.h"
+#include "ScriptThread.h"
 
 namespace {
 
@@ -27,6 +29,17 @@ bool readAll(std::istream& in, std::string& text) {
   buffer << in.rdbuf();
   text = buffer.str();
   return !in.bad();
+}
+
+// Once every variable is gone, nothing should be left: a list still alive or a value an Xtra
+// still holds is a leak, said where a user or a test sees it.
+void reportLeftovers(const tonvik::HostState& host) {
+  if (std::size_t lists = tonvik::liveContainerCount()) {
+    std::cerr << kProgram << ": " << lists << " lists still alive at exit\n";
+  }
+  if (std::size_t values = host.store.liveValues()) {
+    std::cerr << kProgram << ": " << values << " Lingo values still held by Xtras at exit\n";
+  }
 }
 
 int runMain(int argc, char** argv) {
@@ -75,23 +88,29 @@ int runMain(int argc, char** argv) {
   }
 
   Interpreter interpreter(std::cout);
+  std::shared_ptr<HostState> host;
   try {
-    installHost(interpreter, options);
+    host = installHost(interpreter, options);
   } catch (const std::exception& error) {
     std::cerr << kProgram << ": " << error.what() << "\n";
     return kExitScriptError;
   }
-  if (interactive) return runRepl(interpreter);
-  return runScriptText(interpreter, text, sourceName, std::cout, std::cerr);
+  int status = interactive ? runRepl(interpreter)
+                           : runScriptText(interpreter, text, sourceName, std::cout, std::cerr);
+  interpreter.releaseValues();
+  reportLeftovers(*host);
+  return status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return runMain(argc, argv);
-  } catch (const std::exception& error) {
-    std::cerr << kProgram << ": " << error.what() << "\n";
-    return tonvik::kExitScriptError;
-  }
+  return tonvik::runWithStack(tonvik::kScriptStackBytes, [&] {
+    try {
+      return runMain(argc, argv);
+    } catch (const std::exception& error) {
+      std::cerr << kProgram << ": " << error.what() << "\n";
+      return tonvik::kExitScriptError;
+    }
+  });
 }

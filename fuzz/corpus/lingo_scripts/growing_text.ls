@@ -1,0 +1,4 @@
+s = "x"
+repeat while 1
+  s = s & s
+end repeat
