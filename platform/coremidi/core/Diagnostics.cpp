@@ -1,5 +1,6 @@
 #include "Diagnostics.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -15,10 +16,34 @@ namespace {
 // interleave and a sink is never replaced while it runs.
 std::mutex sinkMutex_;
 midisystem::DiagnosticSink sink_;
+thread_local bool onRealTimeThread_ = false;
+// Relaxed: a count with nothing to order; whichever thread writes next reports it.
+std::atomic<unsigned> droppedOnRealTimeThreads_{0};
+
+// The caller holds sinkMutex_.
+void write(const std::string& line) {
+  if (sink_) {
+    sink_(line);
+  } else {
+    std::fprintf(stderr, "%s\n", line.c_str());
+  }
+}
 
 }  // namespace
 
+RealTimeThread::RealTimeThread() {
+  onRealTimeThread_ = true;
+}
+
+RealTimeThread::~RealTimeThread() {
+  onRealTimeThread_ = false;
+}
+
 void diagnose(const char* format, ...) {
+  if (onRealTimeThread_) {
+    droppedOnRealTimeThreads_.fetch_add(1, std::memory_order_relaxed);
+    return;
+  }
   std::va_list arguments;
   va_start(arguments, format);
   std::va_list measuring;
@@ -31,11 +56,11 @@ void diagnose(const char* format, ...) {
   va_end(arguments);
 
   std::lock_guard lock(sinkMutex_);
-  if (sink_) {
-    sink_(line);
-  } else {
-    std::fprintf(stderr, "%s\n", line.c_str());
+  if (const unsigned dropped = droppedOnRealTimeThreads_.exchange(0, std::memory_order_relaxed)) {
+    write("MIDI system: " + std::to_string(dropped) +
+          " diagnostic lines of a real-time thread were dropped.");
   }
+  write(line);
 }
 
 }  // namespace coremidi

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Diagnostics.h"
+
 namespace coremidi {
 namespace {
 
@@ -123,6 +125,8 @@ bool Receiver::isConnected(std::uint64_t id) const {
 }
 
 void Receiver::run() {
+  // Read procedures run here, as on CoreMIDI's receive thread: no diagnostics.
+  const RealTimeThread mark;
   std::unique_lock lock(mutex_);
   for (;;) {
     work_.wait(lock, [this] { return stop_ || queueCount_ > 0; });
