@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Diagnostics.h"
+#include "WorkerThread.h"
 
 namespace coremidi {
 namespace {
@@ -19,12 +20,7 @@ Receiver::Receiver(InFlight& inFlight) : inFlight_(inFlight) {
 }
 
 Receiver::~Receiver() {
-  {
-    std::lock_guard lock(mutex_);
-    stop_ = true;
-  }
-  work_.notify_all();
-  thread_.join();
+  stopWorker(mutex_, stop_, work_, thread_);
 }
 
 bool Receiver::onReceiveThread() const {
