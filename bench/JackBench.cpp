@@ -1,9 +1,12 @@
 // The Xtra on the JACK backend, beside what a user would measure or pick instead, all on one
 // private jackd (dummy driver, 48 kHz, 256 frames) in one run:
 // - round trip SendMessage -> JACK -> loop client -> JACK -> GetNextMessage, beside
-//   jack_midi_latency_test through the same loop client;
+//   jack_midi_latency_test through the same loop client, and beside RtMidi sending from this
+//   thread through its JACK API over the same loop client;
 // - input from a feeder's dense stream into the Xtra and, at the same time from the same port,
 //   into an RtMidi input on its JACK API.
+// With TONVIK_BENCH_RUNNING_SERVER set, the run uses the JACK server that answers instead of a
+// jackd of its own: scripts/bench runs it so once more under PipeWire's JACK.
 #include <benchmark/benchmark.h>
 
 #include <unistd.h>
@@ -12,6 +15,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <random>
@@ -35,9 +39,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::uint32_t kRate = 48000;
-constexpr std::uint32_t kPeriod = 256;
-constexpr double kPeriodSeconds = double{kPeriod} / kRate;
 constexpr double kPortPatienceSeconds = 5.0;
 constexpr double kArrivalPatienceSeconds = 1.0;
 constexpr double kLatencyTestPatienceSeconds = 60.0;
@@ -52,10 +53,11 @@ constexpr int kLatencySamples = 200;
 
 // The server and the clients of the run, made by the first benchmark and kept to the end.
 struct Rig {
-  // The server runs at kRate and kPeriod.
+  // A jackd of its own runs at 48 kHz and 256 frames a period (see JackServerRig.h).
   Rig() {
-    if (!server.start(true)) {
-      problem = "jackd did not start";
+    const bool running = std::getenv("TONVIK_BENCH_RUNNING_SERVER") != nullptr;
+    if (!server.start(!running)) {
+      problem = running ? "no JACK server answers" : "jackd did not start";
     } else if (!midisystem::selectBackend("jack")) {
       problem = "the JACK backend cannot be chosen";
     } else {
@@ -108,58 +110,119 @@ std::int32_t receivedCount(director::ValueStore& store, MacOsxTonvik& instance, 
   return all ? count : count > 0;
 }
 
-void BM_Jack_RoundTrip(benchmark::State& state) {
-  if (rigFor(state) == nullptr) return;
-  director::ValueStore store;
-  std::vector<double> micros;
-  {
-    MacOsxTonvik instance(store.valueInterface(), store.listInterface(), store.allocator());
-    if (instance.Init() != 0) {
-      state.SkipWithError("no MIDI client");
+// Round trips of one note, each after a pause of one to two periods at a random phase so that
+// each is independent: `send` starts one, `back` tells whether it has come back, polled every
+// kPollStep. The first ones only connect (PipeWire may drop a note sent the moment a connection
+// is made); a note that never comes back after that fails the benchmark.
+template <typename Send, typename Back>
+void timeRoundTrips(benchmark::State& state, double periodSeconds, Send send, Back back) {
+  const auto roundTrip = [&]() -> double {
+    const Clock::time_point sent = Clock::now();
+    send();
+    while (!back()) {
+      const double waited = std::chrono::duration<double>(Clock::now() - sent).count();
+      if (waited > kArrivalPatienceSeconds) return -1;
+      std::this_thread::sleep_for(kPollStep);
+    }
+    return std::chrono::duration<double>(Clock::now() - sent).count();
+  };
+  constexpr int kConnectingTries = 5;
+  int tries = 1;
+  while (roundTrip() < 0) {
+    if (++tries > kConnectingTries) {
+      state.SkipWithError("the first note never came back");
       return;
     }
-    const std::int32_t source = portIndex(store, instance, true, "loop out");
-    const std::int32_t destination = portIndex(store, instance, false, "loop in");
-    if (source < 0 || destination < 0 || instance.OpenInput(source, 0) != 0 ||
-        instance.OpenOutput(destination) != 0) {
-      state.SkipWithError("the loop client is not in the port lists");
-      return;
-    }
-    LingoValue message = bench::noteOnMessage(store);
-    // Each round trip waits until it is back, or fails the benchmark.
-    const auto roundTrip = [&]() -> double {
-      const Clock::time_point sent = Clock::now();
-      instance.SendMessage(&message);
-      while (receivedCount(store, instance, false) == 0) {
-        const double waited = std::chrono::duration<double>(Clock::now() - sent).count();
-        if (waited > kArrivalPatienceSeconds) return -1;
-        std::this_thread::sleep_for(kPollStep);
-      }
-      return std::chrono::duration<double>(Clock::now() - sent).count();
-    };
-    // The first send connects the output to the loop.
-    if (roundTrip() < 0) state.SkipWithError("the first note never came back");
-    // A pause of one to two periods, at a random phase, makes each round trip independent.
-    std::minstd_rand random(1);
-    std::uniform_real_distribution<double> pause(kPeriodSeconds, 2 * kPeriodSeconds);
-    for (auto _ : state) {
-      std::this_thread::sleep_for(std::chrono::duration<double>(pause(random)));
-      const double elapsed = roundTrip();
-      if (elapsed < 0) {
-        state.SkipWithError("a note never came back");
-        break;
-      }
-      state.SetIterationTime(elapsed);
-      micros.push_back(elapsed * 1e6);
-    }
-    store.release(message);
   }
-  if (micros.empty()) return;
+  std::vector<double> micros;
+  std::minstd_rand random(1);
+  std::uniform_real_distribution<double> pause(periodSeconds, 2 * periodSeconds);
+  for (auto _ : state) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(pause(random)));
+    const double elapsed = roundTrip();
+    if (elapsed < 0) {
+      state.SkipWithError("a note never came back");
+      return;
+    }
+    state.SetIterationTime(elapsed);
+    micros.push_back(elapsed * 1e6);
+  }
   state.counters["p50_us"] = bench::percentile(micros, 0.50);
   state.counters["p99_us"] = bench::percentile(micros, 0.99);
-  state.counters["period_us"] = kPeriodSeconds * 1e6;
+  state.counters["period_us"] = periodSeconds * 1e6;
+}
+
+// False, with the benchmark skipped, when the instance gets no MIDI client.
+bool initialised(benchmark::State& state, MacOsxTonvik& instance) {
+  if (instance.Init() == 0) return true;
+  state.SkipWithError("no MIDI client");
+  return false;
+}
+
+void BM_Jack_RoundTrip(benchmark::State& state) {
+  const Rig* rig = rigFor(state);
+  if (rig == nullptr) return;
+  director::ValueStore store;
+  MacOsxTonvik instance(store.valueInterface(), store.listInterface(), store.allocator());
+  if (!initialised(state, instance)) return;
+  const std::int32_t source = portIndex(store, instance, true, "loop out");
+  const std::int32_t destination = portIndex(store, instance, false, "loop in");
+  if (source < 0 || destination < 0 || instance.OpenInput(source, 0) != 0 ||
+      instance.OpenOutput(destination) != 0) {
+    state.SkipWithError("the loop client is not in the port lists");
+    return;
+  }
+  LingoValue message = bench::noteOnMessage(store);
+  timeRoundTrips(
+      state, rig->loop->periodSeconds(), [&] { instance.SendMessage(&message); },
+      [&] { return receivedCount(store, instance, false) > 0; });
+  store.release(message);
 }
 BENCHMARK(BM_Jack_RoundTrip)->UseManualTime()->Iterations(300)->Unit(benchmark::kMillisecond);
+
+#ifdef TONVIK_BENCH_HAVE_RTMIDI
+// The position of the port with this full JACK name among RtMidi's ports, or the port count.
+template <typename Port>
+unsigned rtmidiPort(Port& rtmidi, const std::string& name) {
+  unsigned port = 0;
+  while (port < rtmidi.getPortCount() && rtmidi.getPortName(port) != name) ++port;
+  return port;
+}
+
+// Runs on JACK's process thread of RtMidi's input client.
+void countRtMidiMessage(double, std::vector<unsigned char>*, void* counter) {
+  static_cast<std::atomic<std::uint64_t>*>(counter)->fetch_add(1, std::memory_order_release);
+}
+
+// The same round trip with RtMidi on both ends: sent from this thread through RtMidi's JACK
+// output, which its process callback writes in the next period, as the Xtra's sends go; back
+// through an RtMidi input, counted in its callback and polled as the Xtra's queue is.
+void BM_Jack_RtMidiRoundTrip(benchmark::State& state) {
+  const Rig* rig = rigFor(state);
+  if (rig == nullptr) return;
+  // Acquire: pairs with the callback's release, though only the count itself is read.
+  std::atomic<std::uint64_t> arrived{0};
+  try {
+    RtMidiOut out(RtMidi::UNIX_JACK, "rtmidi-out");
+    RtMidiIn in(RtMidi::UNIX_JACK, "rtmidi-in");
+    out.openPort(rtmidiPort(out, rig->loop->inName()), "out");
+    in.openPort(rtmidiPort(in, rig->loop->outName()), "in");
+    in.setCallback(countRtMidiMessage, &arrived);
+    const std::vector<unsigned char> note = {0x90, 60, 100};
+    std::uint64_t awaited = 0;
+    timeRoundTrips(
+        state, rig->loop->periodSeconds(),
+        [&] {
+          awaited = arrived.load(std::memory_order_acquire) + 1;
+          out.sendMessage(&note);
+        },
+        [&] { return arrived.load(std::memory_order_acquire) >= awaited; });
+  } catch (const RtMidiError& error) {
+    state.SkipWithError(("RtMidi: " + error.getMessage()).c_str());
+  }
+}
+BENCHMARK(BM_Jack_RtMidiRoundTrip)->UseManualTime()->Iterations(300)->Unit(benchmark::kMillisecond);
+#endif
 
 // The figure after `label` on the first line that has it, e.g. "Average latency: 5.33 ms".
 double figureAfter(const std::string& output, const std::string& label) {
@@ -209,13 +272,6 @@ void BM_Jack_LatencyTestAnchor(benchmark::State& state) {
 }
 BENCHMARK(BM_Jack_LatencyTestAnchor)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 
-#ifdef TONVIK_BENCH_HAVE_RTMIDI
-// Runs on JACK's process thread of RtMidi's client.
-void countRtMidiMessage(double, std::vector<unsigned char>*, void* counter) {
-  static_cast<std::atomic<std::uint64_t>*>(counter)->fetch_add(1, std::memory_order_relaxed);
-}
-#endif
-
 // args: events per period, periods.
 void BM_Jack_InputThroughput(benchmark::State& state) {
   const auto perPeriod = static_cast<std::uint32_t>(state.range(0));
@@ -225,10 +281,7 @@ void BM_Jack_InputThroughput(benchmark::State& state) {
   jackbench::Feeder* feeder = rig->feeder.get();
   director::ValueStore store;
   MacOsxTonvik instance(store.valueInterface(), store.listInterface(), store.allocator());
-  if (instance.Init() != 0) {
-    state.SkipWithError("no MIDI client");
-    return;
-  }
+  if (!initialised(state, instance)) return;
   const std::int32_t source = portIndex(store, instance, true, "feeder");
   if (source < 0 || instance.OpenInput(source, kInputQueueBytes) != 0) {
     state.SkipWithError("the feeder is not in the input list");
@@ -240,9 +293,7 @@ void BM_Jack_InputThroughput(benchmark::State& state) {
   std::unique_ptr<RtMidiIn> rtmidi;
   try {
     rtmidi = std::make_unique<RtMidiIn>(RtMidi::UNIX_JACK, "rtmidi-bench");
-    unsigned port = 0;
-    while (port < rtmidi->getPortCount() && rtmidi->getPortName(port) != feeder->outName()) ++port;
-    rtmidi->openPort(port, "in");
+    rtmidi->openPort(rtmidiPort(*rtmidi, feeder->outName()), "in");
     rtmidi->setCallback(countRtMidiMessage, &rtmidiCount);
   } catch (const RtMidiError& error) {
     state.SkipWithError(("RtMidi: " + error.getMessage()).c_str());

@@ -50,6 +50,11 @@ std::string MidiClient::outName() const {
   return client_ != nullptr ? jack_port_name(out_) : "";
 }
 
+double MidiClient::periodSeconds() const {
+  if (client_ == nullptr) return 0;
+  return static_cast<double>(jack_get_buffer_size(client_)) / jack_get_sample_rate(client_);
+}
+
 int MidiClient::onProcess(jack_nframes_t frames, void* self) {
   static_cast<MidiClient*>(self)->process(frames);
   return 0;

@@ -22,6 +22,8 @@ class MidiClient {
   bool open() const { return client_ != nullptr; }
   std::string inName() const;
   std::string outName() const;
+  // The server's period: its buffer size over its sample rate.
+  double periodSeconds() const;
 
  protected:
   bool activate();

@@ -278,9 +278,21 @@ std::string nameWithIndex(const DisambiguatedName& name) {
   return name.text + kIdentifierIndexSeparator + IntToString(name.duplicateIndex).c_str();
 }
 
+// True while the MIDI server behind the client is gone. A system that does not know the property
+// answers an error, and its client counts as online.
+bool isOffline(MIDIClientRef client) {
+  SInt32 offline = 0;
+  return MIDIObjectGetIntegerProperty(client, kMIDIPropertyOffline, &offline) == noErr &&
+         offline != 0;
+}
+
 }  // namespace
 
 MIDIClientRef fwAcquireMidiClient() {
+  // The client made before the server went away is not handed out again until it comes back: a
+  // caller then reports the missing server, as for a client that cannot be made. Those that hold
+  // the client keep it.
+  if (globalMidiClient_ != 0 && isOffline(globalMidiClient_)) return 0;
   if (globalMidiClient_ == 0) {
     CFStringRef name =
         CFStringCreateWithCString(kCFAllocatorDefault, kMidiClientName, kCFStringEncodingASCII);

@@ -18,93 +18,6 @@
 namespace jacktest {
 namespace {
 
-// Every test but the one that wants no server at all.
-void useServer(bool mustOwn = false) {
-  ASSERT_TRUE(server().start(mustOwn)) << "no JACK server";
-  ASSERT_TRUE(midisystem::selectBackend("jack"));
-}
-
-CFStringRef text(const char* value) {
-  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
-}
-
-// Packets that reached an input port, copied on JACK's process thread.
-struct Inbox {
-  std::mutex mutex;
-  std::vector<std::vector<Byte>> packets;
-
-  static void read(const MIDIPacketList* list, void* self, void*) {
-    auto* inbox = static_cast<Inbox*>(self);
-    std::lock_guard lock(inbox->mutex);
-    const MIDIPacket* packet = list->packet;
-    for (UInt32 i = 0; i < list->numPackets; ++i) {
-      inbox->packets.emplace_back(packet->data, packet->data + packet->length);
-      packet = MIDIPacketNext(packet);
-    }
-  }
-  std::vector<std::vector<Byte>> taken() {
-    std::lock_guard lock(mutex);
-    return packets;
-  }
-  bool has(const std::vector<Byte>& wanted) {
-    const auto all = taken();
-    return std::find(all.begin(), all.end(), wanted) != all.end();
-  }
-  std::vector<Byte> joined() {
-    std::vector<Byte> all;
-    for (const auto& packet : taken()) all.insert(all.end(), packet.begin(), packet.end());
-    return all;
-  }
-};
-
-// A client of the MIDI system with one input and one output port.
-struct Listener {
-  MIDIClientRef client = 0;
-  MIDIPortRef input = 0;
-  MIDIPortRef output = 0;
-  Inbox inbox;
-
-  Listener() {
-    CFStringRef name = text("test");
-    EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
-    EXPECT_EQ(MIDIInputPortCreate(client, name, Inbox::read, &inbox, &input), noErr);
-    EXPECT_EQ(MIDIOutputPortCreate(client, name, &output), noErr);
-    CFRelease(name);
-  }
-  ~Listener() { MIDIClientDispose(client); }
-  void send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at = 0) {
-    alignas(8) Byte storage[1024];
-    auto* list = reinterpret_cast<MIDIPacketList*>(storage);
-    MIDIPacket* packet = MIDIPacketListInit(list);
-    MIDIPacketListAdd(list, sizeof storage, packet, at, bytes.size(), bytes.data());
-    ASSERT_EQ(MIDISend(output, destination, list), noErr);
-  }
-};
-
-// A probe client of the test's own, for what only JACK can tell.
-struct Probe {
-  jack_client_t* client = nullptr;
-  Probe() {
-    jack_status_t status{};
-    client = jack_client_open("probe", JackNoStartServer, &status);
-  }
-  ~Probe() {
-    if (client) jack_client_close(client);
-  }
-  bool connected(const std::string& from, const std::string& to) {
-    jack_port_t* port = jack_port_by_name(client, from.c_str());
-    return port && jack_port_connected_to(port, to.c_str());
-  }
-};
-
-std::vector<Byte> sysexOf(std::size_t length) {
-  std::vector<Byte> bytes(length);
-  for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<Byte>(i % 0x80);
-  bytes.front() = 0xF0;
-  bytes.back() = 0xF7;
-  return bytes;
-}
-
 TEST(JackDirectory, ClientsAreDevicesTheirPortsEndpointsAndOurPortsAreFenwoldPorts) {
   useServer();
   Peer peer("peer");
@@ -126,8 +39,15 @@ TEST(JackDirectory, ClientsAreDevicesTheirPortsEndpointsAndOurPortsAreFenwoldPor
   // Our own ports are never endpoints.
   EXPECT_EQ(sourceOf("Tonvik Xtra", "Fenwold Output"), 0u);
   EXPECT_EQ(destinationOf("Tonvik Xtra", "Fenwold Input"), 0u);
+}
 
-  // A pretty name renames the endpoint; removing it gives the short name back.
+// Pretty names live in JACK's metadata, which PipeWire keeps only with a session manager.
+TEST(JackDirectory, APrettyNameRenamesTheEndpointAndItsRemovalGivesTheNameBack) {
+  useServer();
+  Peer peer("peer");
+  Listener listener;
+  ASSERT_TRUE(eventually([&] { return sourceOf("peer", "out") != 0; }));
+  Probe probe;
   jack_port_t* out = jack_port_by_name(probe.client, peer.outName().c_str());
   const jack_uuid_t uuid = jack_port_uuid(out);
   ASSERT_EQ(jack_set_property(probe.client, uuid, JACK_METADATA_PRETTY_NAME, "Keys", nullptr), 0);
@@ -215,9 +135,12 @@ TEST(JackSend, ALaterTimeStampPlaysInItsPeriodAndFrame) {
 
   const auto dueMicros = static_cast<std::int64_t>(coremidi::hostTimeToNanos(due) / 1000) - offset;
   const auto playedMicros = static_cast<std::int64_t>(peer.receivedAt()[2]);
-  // Within a period (5333 us at 48 kHz, 256 frames) either way: the peer may run before or after
-  // us in the period, and the two clocks were read a little apart.
-  EXPECT_NEAR(playedMicros, dueMicros, 6000);
+  // Within a period either way (plus a little: the two clocks were read a little apart), since
+  // the peer may run before or after us in the period.
+  Probe probe;
+  const double periodMicros =
+      1e6 * jack_get_buffer_size(probe.client) / jack_get_sample_rate(probe.client);
+  EXPECT_NEAR(playedMicros, dueMicros, periodMicros + 700);
 }
 
 // Long sysex out of our output into our input, through a JACK connection between them.
@@ -225,35 +148,24 @@ TEST(JackSend, SysexOf4KAnd64KComeBackWholeThroughOurOwnInput) {
   useServer();
   Peer sink("sink");
   Listener listener;
-  ASSERT_TRUE(eventually([&] { return destinationOf("sink", "in") != 0; }));
-  const MIDIEndpointRef destination = destinationOf("sink", "in");
-  listener.send(destination, {0xFE});  // connects our output to the sink
-  ASSERT_TRUE(eventually([&] { return sink.received().size() == 1; }));
+  const MIDIEndpointRef destination = connectedDestination(listener, sink, "sink");
+  ASSERT_NE(destination, 0u);
   // The connection from our output to our input stands for a source.
   ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("sink", "out"), nullptr), noErr);
   Probe probe;
   ASSERT_EQ(jack_connect(probe.client, "Tonvik Xtra:Fenwold Output", "Tonvik Xtra:Fenwold Input"),
             0);
+  // A loop through one client runs a period late; PipeWire may bring back what the output held
+  // before the loop was made.
+  usleep(100000);
 
   for (const std::size_t size : {4096u, 65536u}) {
-    const std::vector<Byte> sysex = sysexOf(size);
-    std::atomic<bool> completed{false};
-    MIDISysexSendRequest request{};
-    request.destination = destination;
-    request.data = sysex.data();
-    request.bytesToSend = static_cast<UInt32>(sysex.size());
-    request.completionProc = [](MIDISysexSendRequest* done) {
-      static_cast<std::atomic<bool>*>(done->completionRefCon)->store(true);
-    };
-    request.completionRefCon = &completed;
-    {
-      std::lock_guard lock(listener.inbox.mutex);
-      listener.inbox.packets.clear();
-    }
-    ASSERT_EQ(MIDISendSysex(&request), noErr);
-    EXPECT_TRUE(eventually([&] { return completed.load(); }));
-    EXPECT_TRUE(eventually([&] { return listener.inbox.joined().size() >= sysex.size(); }));
-    EXPECT_EQ(listener.inbox.joined(), sysex) << size;
+    SysexRequest sysex(destination, sysexOf(size));
+    listener.inbox.clear();
+    ASSERT_EQ(MIDISendSysex(&sysex.request), noErr);
+    EXPECT_TRUE(eventually([&] { return sysex.completed.load(); }));
+    EXPECT_TRUE(eventually([&] { return listener.inbox.joined().size() >= sysex.bytes.size(); }));
+    EXPECT_EQ(listener.inbox.joined(), sysex.bytes) << size;
   }
 }
 
@@ -356,8 +268,12 @@ TEST(JackServerLife, PortsGoWithTheServerAndComeBackWithTheNextOne) {
   ASSERT_TRUE(eventually([&] { return sourceOf("after", "out") != 0; }));
   // Our ports were made again on the new server.
   ASSERT_EQ(MIDIPortConnectSource(listener.input, sourceOf("after", "out"), nullptr), noErr);
-  peer.send({0xB0, 0x07, 0x7F});
-  EXPECT_TRUE(eventually([&] { return listener.inbox.has({0xB0, 0x07, 0x7F}); }));
+  // Again until it arrives: JACK drops a period while it changes its graph.
+  EXPECT_TRUE(eventually([&] {
+    peer.send({0xB0, 0x07, 0x7F});
+    usleep(20000);
+    return listener.inbox.has({0xB0, 0x07, 0x7F});
+  }));
 }
 
 }  // namespace

@@ -1,17 +1,21 @@
 #include "JackTestSupport.h"
 
+#include <gtest/gtest.h>
 #include <jack/midiport.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
 #include "JackRecords.h"
 #include "JackTsan.h"
+#include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
 
 constexpr auto kPollStep = std::chrono::milliseconds(5);
+constexpr auto kSettle = std::chrono::milliseconds(20);
 
 std::string endpointName(MIDIEndpointRef endpoint) {
   CFStringRef name = nullptr;
@@ -50,6 +54,111 @@ bool eventually(const std::function<bool()>& condition) {
 jackrig::JackServer& server() {
   static jackrig::JackServer server(JACKD_PROGRAM);
   return server;
+}
+
+void useServer(bool mustOwn) {
+  ASSERT_TRUE(server().start(mustOwn)) << "no JACK server";
+  ASSERT_TRUE(midisystem::selectBackend("jack"));
+}
+
+CFStringRef text(const char* value) {
+  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
+}
+
+std::vector<Byte> sysexOf(std::size_t length) {
+  std::vector<Byte> bytes(length);
+  for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<Byte>(i % 0x80);
+  bytes.front() = 0xF0;
+  bytes.back() = 0xF7;
+  return bytes;
+}
+
+void Inbox::read(const MIDIPacketList* list, void* self, void*) {
+  auto* inbox = static_cast<Inbox*>(self);
+  std::lock_guard lock(inbox->mutex);
+  const MIDIPacket* packet = list->packet;
+  for (UInt32 i = 0; i < list->numPackets; ++i) {
+    inbox->packets.emplace_back(packet->data, packet->data + packet->length);
+    packet = MIDIPacketNext(packet);
+  }
+}
+
+std::vector<std::vector<Byte>> Inbox::taken() {
+  std::lock_guard lock(mutex);
+  return packets;
+}
+
+bool Inbox::has(const std::vector<Byte>& wanted) {
+  const auto all = taken();
+  return std::find(all.begin(), all.end(), wanted) != all.end();
+}
+
+std::vector<Byte> Inbox::joined() {
+  std::vector<Byte> all;
+  for (const auto& packet : taken()) all.insert(all.end(), packet.begin(), packet.end());
+  return all;
+}
+
+void Inbox::clear() {
+  std::lock_guard lock(mutex);
+  packets.clear();
+}
+
+Listener::Listener() {
+  CFStringRef name = text("test");
+  EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
+  EXPECT_EQ(MIDIInputPortCreate(client, name, Inbox::read, &inbox, &input), noErr);
+  EXPECT_EQ(MIDIOutputPortCreate(client, name, &output), noErr);
+  CFRelease(name);
+}
+
+Listener::~Listener() {
+  MIDIClientDispose(client);
+}
+
+void Listener::send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at) {
+  alignas(8) Byte storage[1024];
+  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
+  MIDIPacket* packet = MIDIPacketListInit(list);
+  MIDIPacketListAdd(list, sizeof storage, packet, at, bytes.size(), bytes.data());
+  ASSERT_EQ(MIDISend(output, destination, list), noErr);
+}
+
+MIDIEndpointRef connectedDestination(Listener& listener, Peer& peer, const std::string& client) {
+  if (!eventually([&] { return destinationOf(client, "in") != 0; })) return 0;
+  const MIDIEndpointRef destination = destinationOf(client, "in");
+  const bool connected = eventually([&] {
+    listener.send(destination, {0xF8});
+    std::this_thread::sleep_for(kSettle);
+    return !peer.received().empty();
+  });
+  std::this_thread::sleep_for(kSettle);  // a tick still on its way arrives now
+  return connected ? destination : 0;
+}
+
+SysexRequest::SysexRequest(MIDIEndpointRef destination, std::vector<Byte> message)
+    : bytes(std::move(message)) {
+  request.destination = destination;
+  request.data = bytes.data();
+  request.bytesToSend = static_cast<UInt32>(bytes.size());
+  request.completionProc = [](MIDISysexSendRequest* done) {
+    static_cast<SysexRequest*>(done->completionRefCon)->completed.store(true);
+  };
+  request.completionRefCon = this;
+}
+
+Probe::Probe() {
+  jack_status_t status{};
+  client = jack_client_open("probe", JackNoStartServer, &status);
+}
+
+Probe::~Probe() {
+  if (client) jack_client_close(client);
+}
+
+bool Probe::connected(const std::string& from, const std::string& to) {
+  jack_port_t* port = jack_port_by_name(client, from.c_str());
+  return port && jack_port_connected_to(port, to.c_str());
 }
 
 MIDIEndpointRef sourceOf(const std::string& client, const std::string& port) {

@@ -1,5 +1,5 @@
-// Endpoints by JACK client and port, and a JACK client of the test's own that records what reaches
-// it and sends what it is given.
+// Endpoints by JACK client and port, clients of the MIDI system, and JACK clients of the test's
+// own: one that records what reaches it and sends what it is given, one that asks JACK questions.
 #pragma once
 
 #include <jack/jack.h>
@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,11 +26,64 @@ bool eventually(const std::function<bool()>& condition);
 using jackrig::Child;
 // This test process's server, from JACK_DEFAULT_SERVER or of its own.
 jackrig::JackServer& server();
+// Every test but the one that wants no server at all: the server, and the JACK backend.
+// `mustOwn`: a server of the test's own, which the test may stop.
+void useServer(bool mustOwn = false);
+
+CFStringRef text(const char* value);
+// F0, bytes counting up from 1 (modulo 128), F7: `length` bytes in all.
+std::vector<Byte> sysexOf(std::size_t length);
 
 // The endpoint of a port of another JACK client: its device is the client, and it is named after
 // the port. 0 when there is none.
 MIDIEndpointRef sourceOf(const std::string& client, const std::string& port);
 MIDIEndpointRef destinationOf(const std::string& client, const std::string& port);
+
+// Packets that reached an input port, copied on JACK's process thread.
+struct Inbox {
+  std::mutex mutex;
+  std::vector<std::vector<Byte>> packets;
+
+  static void read(const MIDIPacketList* list, void* self, void*);
+  std::vector<std::vector<Byte>> taken();
+  bool has(const std::vector<Byte>& wanted);
+  std::vector<Byte> joined();
+  void clear();
+};
+
+// A client of the MIDI system with one input and one output port.
+struct Listener {
+  MIDIClientRef client = 0;
+  MIDIPortRef input = 0;
+  MIDIPortRef output = 0;
+  Inbox inbox;
+
+  Listener();
+  ~Listener();
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+  void send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at = 0);
+};
+
+// A system-exclusive request that knows when it is complete.
+struct SysexRequest {
+  SysexRequest(MIDIEndpointRef destination, std::vector<Byte> message);
+  SysexRequest(const SysexRequest&) = delete;
+  SysexRequest& operator=(const SysexRequest&) = delete;
+  std::vector<Byte> bytes;
+  std::atomic<bool> completed{false};
+  MIDISysexSendRequest request{};
+};
+
+// A client of the test's own, for what only JACK can tell.
+struct Probe {
+  jack_client_t* client = nullptr;
+  Probe();
+  ~Probe();
+  Probe(const Probe&) = delete;
+  Probe& operator=(const Probe&) = delete;
+  bool connected(const std::string& from, const std::string& to);
+};
 
 // A JACK client with one MIDI input "in" and one output "out".
 class Peer {
@@ -60,5 +114,9 @@ class Peer {
   std::vector<std::vector<Byte>> events_;
   std::vector<jack_time_t> times_;
 };
+
+// The endpoint of `client`:in, once listed, with our output connected to it: a clock tick goes
+// until `peer` has one (a loaded machine may drop the first). 0 if it never gets one.
+MIDIEndpointRef connectedDestination(Listener& listener, Peer& peer, const std::string& client);
 
 }  // namespace jacktest

@@ -1,4 +1,5 @@
-// Object properties: names (strings) and the advance scheduling time (integer).
+// Object properties: names (strings), the advance scheduling time and a client's offline state
+// (integers).
 #include <string_view>
 
 #include "CallCounter.h"
@@ -16,6 +17,7 @@ namespace {
 
 constexpr std::string_view kNameProperty = "name";
 constexpr std::string_view kAdvanceScheduleProperty = "advanceScheduleTimeMuSec";
+constexpr std::string_view kOfflineProperty = "offline";
 
 bool isProperty(CFStringRef property, std::string_view name) {
   return property && coremidi::stringText(property) == name;
@@ -28,6 +30,7 @@ extern "C" {
 const CFStringRef kMIDIPropertyName = coremidi::makePermanentString(kNameProperty);
 const CFStringRef kMIDIPropertyAdvanceScheduleTimeMuSec =
     coremidi::makePermanentString(kAdvanceScheduleProperty);
+const CFStringRef kMIDIPropertyOffline = coremidi::makePermanentString(kOfflineProperty);
 
 OSStatus MIDIObjectGetStringProperty(MIDIObjectRef object, CFStringRef propertyID,
                                      CFStringRef* outString) {
@@ -51,7 +54,13 @@ OSStatus MIDIObjectGetIntegerProperty(MIDIObjectRef object, CFStringRef property
                                       SInt32* outValue) {
   countCall(ApiFunction::MIDIObjectGetIntegerProperty);
   if (!outValue) return paramErr;
-  return MidiSystem::instance().readGraph([&](const ObjectGraph& graph) -> OSStatus {
+  MidiSystem& system = MidiSystem::instance();
+  if (system.isClient(object)) {
+    if (!isProperty(propertyID, kOfflineProperty)) return kMIDIUnknownProperty;
+    *outValue = system.backend().engineRuns() ? 0 : 1;
+    return noErr;
+  }
+  return system.readGraph([&](const ObjectGraph& graph) -> OSStatus {
     const GraphObject* found = graph.find(object);
     if (!found) return kMIDIObjectNotFound;
     const bool isEndpoint =

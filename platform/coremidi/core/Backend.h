@@ -31,6 +31,9 @@ class Backend {
 
   // A client is about to be made; a status other than noErr refuses it (no engine to talk to).
   virtual OSStatus clientCreating() { return noErr; }
+  // False while the engine behind the backend is gone (a JACK server that stopped): clients
+  // made before then report themselves offline until it runs again.
+  virtual bool engineRuns() { return true; }
   // A client port was made or is going; a failed creation is undone by the system.
   virtual OSStatus portCreated(MIDIPortRef /*port*/, bool /*isInput*/) { return noErr; }
   virtual void portDisposed(MIDIPortRef /*port*/) {}
@@ -41,6 +44,11 @@ class Backend {
   virtual OSStatus connectInput(const InputConnection& /*connection*/) { return noErr; }
   // False when there was no such connection. Returns once no read procedure of it runs.
   virtual bool disconnectInput(MIDIPortRef /*port*/, MIDIEndpointRef /*source*/) { return false; }
+
+  // A system-exclusive request to `destination` was accepted, on the sender's thread; its pieces
+  // reach deliver later, on the system-exclusive thread. A backend that sends through ports of
+  // its own picks the port here, in the order in which requests were made.
+  virtual void sysexRequested(MIDIEndpointRef /*destination*/) {}
 
   // How far ahead of its time stamp a packet is handed to deliver; 0: at its time. A backend
   // that places packets within its own periods wants them early.

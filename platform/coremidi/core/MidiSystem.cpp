@@ -101,6 +101,11 @@ OSStatus MidiSystem::disposeClient(MIDIClientRef client) {
   return noErr;
 }
 
+bool MidiSystem::isClient(MIDIObjectRef object) {
+  std::lock_guard lock(mutex_);
+  return clients_.contains(object);
+}
+
 OSStatus MidiSystem::createPort(MIDIClientRef client, bool isInput, MIDIReadProc readProc,
                                 void* refCon, MIDIPortRef* outPort) {
   if (!outPort || (isInput && !readProc)) return paramErr;
@@ -219,6 +224,7 @@ OSStatus MidiSystem::sendSysex(MIDISysexSendRequest* request) {
     }
   }
   if (failures_.consume(midisystem::Failure::SendSysex)) return kMIDIMessageSendErr;
+  backend_->sysexRequested(request->destination);
   sysex_.submit(request, failures_.consume(midisystem::Failure::SysexComplete));
   return noErr;
 }

@@ -31,6 +31,7 @@ class MidiSystem {
 
   OSStatus createClient(MIDINotifyProc notifyProc, void* refCon, MIDIClientRef* outClient);
   OSStatus disposeClient(MIDIClientRef client);
+  bool isClient(MIDIObjectRef object);
   OSStatus createInputPort(MIDIClientRef client, MIDIReadProc readProc, void* refCon,
                            MIDIPortRef* outPort);
   OSStatus createOutputPort(MIDIClientRef client, MIDIPortRef* outPort);

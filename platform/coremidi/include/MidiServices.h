@@ -130,6 +130,9 @@ extern "C" {
 // Property names.
 extern const CFStringRef kMIDIPropertyName;                      // string
 extern const CFStringRef kMIDIPropertyAdvanceScheduleTimeMuSec;  // integer, destinations
+// Integer, clients: 1 while the MIDI server behind the client is gone (a JACK server that
+// stopped), 0 while it runs.
+extern const CFStringRef kMIDIPropertyOffline;
 
 // Clients and ports.
 OSStatus MIDIClientCreate(CFStringRef name, MIDINotifyProc notifyProc, void* notifyRefCon,

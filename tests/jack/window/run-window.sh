@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
 # Runs a Lingo script in the message window on a JACK server, with JACK's example clients as
 # peers, and compares what it prints with the expected output. The script asks for changes by
-# printing lines "driver: start seq2", "driver: stop seq2", "driver: stop server" and
-# "driver: start server", which this driver carries out while the script waits for their effect.
+# printing lines "driver: start seq2", "driver: stop seq2", "driver: stop server",
+# "driver: start server" and "driver: start window NAME", which this driver carries out while the
+# script waits for their effect. The last runs NAME.ls (beside SCRIPT.ls) in a second message
+# window; what that prints follows what SCRIPT.ls printed.
 #
 # Usage: run-window.sh shared|private|none SCRIPT.ls EXPECTED [DUMPED]
 #   EXPECTED: NAME.out, the exact output, or NAME.grep, patterns that some printed line matches
-#   DUMPED:   a pattern that jack_midi_dump must print (what the script sent)
+#   DUMPED:   an extended regular expression that a line of jack_midi_dump must match (what the
+#             script sent)
 #   shared:  the server JACK_DEFAULT_SERVER names if it answers (CI starts one), else our own
 #   private: always a server of our own, which the script may see stopped and started again
 #   none:    no server at all
@@ -14,7 +17,7 @@
 set -uo pipefail
 mode=$1 script=$2 expected=$3 dumped=${4:-}
 work=$(mktemp -d)
-server_pid="" seq_pid="" seq2_pid="" dump_pid=""
+server_pid="" seq_pid="" seq2_pid="" dump_pid="" windows=()
 export JACK_NO_START_SERVER=1
 
 stop() {  # by PID, SIGTERM: a server killed harder leaves its files behind
@@ -59,11 +62,23 @@ start_server() {
   cat "$work/jackd.log" >&2
   exit 1
 }
+wait_ports() {  # until JACK lists every port named, so a script finds them at its first listing
+  for _ in $(seq 200); do
+    local listed missing=0
+    listed=$("$JACK_LSP" 2>/dev/null)
+    for port in "$@"; do grep -qxF "$port" <<<"$listed" || missing=1; done
+    [ "$missing" -eq 0 ] && return 0
+    sleep 0.05
+  done
+  echo "JACK never listed $*" >&2
+  exit 1
+}
 start_peers() {
   "$JACK_MIDISEQ" seq 24000 0 60 6000 >/dev/null 2>&1 &
   seq_pid=$!
   "$JACK_MIDI_DUMP" >>"$work/dump.txt" 2>/dev/null &
   dump_pid=$!
+  wait_ports seq:out midi-monitor:input
 }
 stop_peers() {
   stop "$seq2_pid"; stop "$seq_pid"; stop "$dump_pid"
@@ -93,11 +108,23 @@ while IFS= read -r line; do
     *'"driver: stop seq2"') stop "$seq2_pid"; seq2_pid="" ;;
     *'"driver: stop server"') stop "$server_pid"; server_pid=""; stop_peers ;;
     *'"driver: start server"') start_server; start_peers ;;
+    *'"driver: start window '*)
+      name=${line##*driver: start window }
+      name=${name%\"}
+      "$TONVIK" --midi jack "$(dirname "$script")/$name.ls" >"$work/$name.printed" 2>"$work/$name.err" &
+      windows+=("$!:$name") ;;
   esac
 done <"$work/out"
 wait "$window_pid"
 status=$?
 touch "$work/printed"
+# Second windows end by themselves, as every script here does.
+for entry in "${windows[@]}"; do
+  pid=${entry%%:*} name=${entry#*:}
+  if ! wait "$pid"; then echo "the window $name failed" >&2; status=1; fi
+  cat "$work/$name.printed" >>"$work/printed"
+  cat "$work/$name.err" >>"$work/err"
+done
 
 failed=0
 if [ "${expected##*.}" = grep ]; then
@@ -115,8 +142,12 @@ if [ "$mode" = none ] && ! grep -q "is not running" "$work/err"; then
   failed=1
 fi
 if [ -n "$dumped" ]; then
-  for _ in $(seq 100); do grep -q "$dumped" "$work/dump.txt" && break; sleep 0.05; done
-  grep -q "$dumped" "$work/dump.txt" || { echo "jack_midi_dump did not print $dumped" >&2; failed=1; }
+  for _ in $(seq 100); do grep -qE "$dumped" "$work/dump.txt" && break; sleep 0.05; done
+  if ! grep -qE "$dumped" "$work/dump.txt"; then
+    echo "jack_midi_dump did not print $dumped; it printed:" >&2
+    cut -c1-200 "$work/dump.txt" >&2
+    failed=1
+  fi
 fi
 if [ "$failed" -ne 0 ]; then
   echo "--- standard error of the window:" >&2

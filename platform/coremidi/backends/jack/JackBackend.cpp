@@ -1,6 +1,7 @@
 #include "JackBackend.h"
 
 #include <jack/metadata.h>
+#include <jack/session.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <string_view>
 #include <utility>
 
 #include "HostClock.h"
@@ -19,8 +21,11 @@ namespace {
 
 // Each ring holds far more than the ~32 KB a port buffer takes in one period.
 constexpr std::size_t kRingBytes = 1 << 18;
-// Long sysex goes out in pieces of this size; JACK receivers join them.
-constexpr std::size_t kSendChunk = 1024;
+// A system-exclusive message up to this long goes to the process thread as one record, and out
+// as one event once a period's buffer has room for it (jackd2's and PipeWire's take about 32 KB);
+// a longer one goes in records of this size, which the process thread cuts to what each period's
+// buffer takes.
+constexpr std::size_t kWholeMessageLimit = 1 << 16;
 // Packets with a later time stamp are handed to the process thread this long before their time,
 // so that they can be placed on their frame.
 constexpr UInt64 kDeliveryLeadNanos = 20'000'000;
@@ -30,10 +35,12 @@ constexpr auto kReopenInterval = std::chrono::milliseconds(250);
 constexpr auto kClockRefreshInterval = std::chrono::milliseconds(100);
 // A sender waits this long for room in a ring before it drops what it has.
 constexpr auto kSendPatience = std::chrono::seconds(2);
-// Two whole cycles after a slot was cleared, no process call can still use what it held.
-constexpr std::uint64_t kCyclesToForget = 2;
-// A stalled server must not hang a caller: after this, the slot is reused regardless.
-constexpr auto kCycleWait = std::chrono::milliseconds(200);
+// JACK refuses to connect a port of a client that has registered it but is not active yet, as
+// happens for a moment after a program starts: a refused connection is tried again this long.
+constexpr auto kConnectPatience = std::chrono::milliseconds(500);
+constexpr auto kConnectRetryStep = std::chrono::milliseconds(5);
+// Between looks at a process call that is still under way.
+constexpr auto kQuiesceStep = std::chrono::microseconds(100);
 constexpr Byte kSysexStart = 0xF0;
 constexpr Byte kStatusBit = 0x80;
 
@@ -50,9 +57,43 @@ std::string serverName() {
   return name && *name ? name : "default";
 }
 
+// Names tried after the plain one, numbered as jackd numbers a client whose name is taken.
+constexpr int kClientNameNumbers = 99;
+
+// True when a client older than `client` has its name. jackd never hands out such a name (it
+// numbers the newcomer); PipeWire does, and then lists the ports of both clients under the same
+// names, so that a connection by name can reach the wrong one.
+bool nameHeldByAnother(jack_client_t* client) {
+  char* first = jack_get_uuid_for_client_name(client, jack_get_client_name(client));
+  char* own = jack_client_get_uuid(client);
+  const bool another = first && own && std::string_view(first) != own;
+  jack_free(first);
+  jack_free(own);
+  return another;
+}
+
+// A client with a name of its own: the plain name, else "NAME-01", "NAME-02", ...; null if no
+// server runs.
+jack_client_t* openClient(const char* plainName) {
+  for (int number = 0; number <= kClientNameNumbers; ++number) {
+    char name[64];
+    if (number == 0) {
+      std::snprintf(name, sizeof name, "%s", plainName);
+    } else {
+      std::snprintf(name, sizeof name, "%s-%02d", plainName, number);
+    }
+    jack_status_t status{};
+    jack_client_t* client = jack_client_open(name, JackNoStartServer, &status);
+    if (!client) return nullptr;
+    if (!nameHeldByAnother(client)) return client;
+    jack_client_close(client);
+  }
+  return nullptr;
+}
+
 }  // namespace
 
-JackBackend::JackBackend() = default;
+JackBackend::JackBackend() : joiner_(kWholeMessageLimit) {}
 
 JackBackend::~JackBackend() {
   stopThread();
@@ -60,8 +101,9 @@ JackBackend::~JackBackend() {
 
 void JackBackend::start(coremidi::MidiSystem& system) {
   system_ = &system;
-  sendNow_ = std::make_unique<ByteRing>(kRingBytes);
-  sendTimed_ = std::make_unique<ByteRing>(kRingBytes);
+  sendNow_ = std::make_unique<SendQueue>(kRingBytes);
+  sendSysex_ = std::make_unique<SendQueue>(kRingBytes);
+  sendTimed_ = std::make_unique<SendQueue>(kRingBytes);
   // Room for the largest packet, so that the process thread never grows it.
   packetList_.reserve(sizeof(MIDIPacketList) + coremidi::kMaxPacketLength + 16);
   jack_set_error_function(quiet);
@@ -79,10 +121,10 @@ void JackBackend::start(coremidi::MidiSystem& system) {
 }
 
 bool JackBackend::open() {
-  jack_status_t status{};
-  client_ = jack_client_open(kClientName, JackNoStartServer, &status);
+  client_ = openClient(kClientName);
   if (!client_) return false;
   serverGone_.store(false, std::memory_order_release);
+  toldNotRunning_ = false;
   jack_set_process_callback(client_, process, this);
   jack_set_port_registration_callback(client_, portRegistered, this);
   jack_set_port_rename_callback(client_, portRenamed, this);
@@ -110,25 +152,52 @@ bool JackBackend::open() {
   return true;
 }
 
+// Our ports die with the client; they are registered again on the next server.
 void JackBackend::close() {
-  for (auto& own : ownPorts_) unregisterOwn(*own);
-  forgetPeers();
+  for (auto& own : ownPorts_) unpublish(*own);
   if (client_) {
+    // No process call runs once a live client is deactivated; a client whose server is gone
+    // gets no more calls once it is closed. Only then is anything the calls used let go.
     if (!serverGone_.load(std::memory_order_acquire)) jack_deactivate(client_);
     jack_client_close(client_);
     processClient_.store(nullptr, std::memory_order_release);
     client_ = nullptr;
   }
+  quiesce();
+  for (auto& own : ownPorts_) own->jackPort = nullptr;
+  forgetPeers();
+  std::lock_guard lock(sendSysex_->producer);
+  joiner_.reset();
 }
 
-OSStatus JackBackend::clientCreating() {
-  std::lock_guard lock(controlMutex_);
-  if (client_ || open()) return noErr;
+// Tries the server at once rather than at the next look of the backend's thread.
+bool JackBackend::clientReachesServer() {
+  if (client_) return !serverGone_.load(std::memory_order_acquire);
+  return open();
+}
+
+// Once per absence of the server, however often a script retries.
+void JackBackend::tellNotRunning() {
+  if (toldNotRunning_) return;
+  toldNotRunning_ = true;
   std::fprintf(stderr,
                "JACK backend: the JACK server \"%s\" is not running; start it (for example "
                "\"jackd -d dummy\") and call Init again.\n",
                serverName().c_str());
+}
+
+OSStatus JackBackend::clientCreating() {
+  std::lock_guard lock(controlMutex_);
+  if (clientReachesServer()) return noErr;
+  tellNotRunning();
   return kMIDIServerStartErr;
+}
+
+bool JackBackend::engineRuns() {
+  std::lock_guard lock(controlMutex_);
+  if (clientReachesServer()) return true;
+  tellNotRunning();
+  return false;
 }
 
 OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput) {
@@ -166,28 +235,25 @@ bool JackBackend::registerOwn(OwnPort& own) {
     return false;
   }
   if (own.isInput) {
-    inputs_[own.slot].port.store(own.jackPort, std::memory_order_release);
+    inputs_[own.slot].port.store(own.jackPort, std::memory_order_seq_cst);
   } else {
     OutputSlot& slot = outputs_[own.slot];
+    // Relaxed: the port's store below publishes it.
     slot.generation.store(slot.generation.load(std::memory_order_relaxed) + 1,
                           std::memory_order_relaxed);
-    slot.port.store(own.jackPort, std::memory_order_release);
+    slot.port.store(own.jackPort, std::memory_order_seq_cst);
   }
   return true;
 }
 
-void JackBackend::unregisterOwn(OwnPort& own) {
+// The process thread no longer finds the port; a call under way may still hold it (quiesce).
+void JackBackend::unpublish(OwnPort& own) {
   if (own.isInput) {
-    inputs_[own.slot].port.store(nullptr, std::memory_order_release);
+    inputs_[own.slot].port.store(nullptr, std::memory_order_seq_cst);
   } else {
-    outputs_[own.slot].port.store(nullptr, std::memory_order_release);
+    outputs_[own.slot].port.store(nullptr, std::memory_order_seq_cst);
     own.destination = 0;
   }
-  if (own.jackPort && client_ && !serverGone_.load(std::memory_order_acquire)) {
-    waitForCycles();
-    jack_port_unregister(client_, own.jackPort);
-  }
-  own.jackPort = nullptr;
 }
 
 void JackBackend::portDisposed(MIDIPortRef port) {
@@ -196,9 +262,13 @@ void JackBackend::portDisposed(MIDIPortRef port) {
                                   [&](const auto& own) { return own->port == port; });
   if (found == ownPorts_.end()) return;
   OwnPort& own = **found;
-  if (own.isInput) inputs_[own.slot].listener.store(nullptr, std::memory_order_release);
-  unregisterOwn(own);
-  ownPorts_.erase(found);
+  if (own.isInput) inputs_[own.slot].listener.store(nullptr, std::memory_order_seq_cst);
+  unpublish(own);
+  quiesce();
+  if (own.jackPort && client_ && !serverGone_.load(std::memory_order_acquire)) {
+    jack_port_unregister(client_, own.jackPort);
+  }
+  ownPorts_.erase(found);  // with its listeners: no process call can reach them now
 }
 
 JackBackend::OwnPort* JackBackend::ownPort(MIDIPortRef port) {
@@ -208,14 +278,37 @@ JackBackend::OwnPort* JackBackend::ownPort(MIDIPortRef port) {
   return nullptr;
 }
 
+bool JackBackend::connectPorts(const char* from, const char* to) {
+  const auto deadline = std::chrono::steady_clock::now() + kConnectPatience;
+  for (;;) {
+    const int status = jack_connect(client_, from, to);
+    if (status == 0 || status == EEXIST) {
+      // PipeWire may answer before the connection carries anything; what is sent next must not
+      // go to nobody.
+      jack_port_t* port = jack_port_by_name(client_, from);
+      while (port && !jack_port_connected_to(port, to) &&
+             std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(kConnectRetryStep);
+      }
+      return true;
+    }
+    // Only a refusal while both ports exist may pass: their client is not active yet.
+    if (std::chrono::steady_clock::now() > deadline || !jack_port_by_name(client_, from) ||
+        !jack_port_by_name(client_, to)) {
+      return false;
+    }
+    std::this_thread::sleep_for(kConnectRetryStep);
+  }
+}
+
+// The listener is published before the connection is made, so that the first events the source
+// sends through it already reach the read procedure.
 OSStatus JackBackend::connectInput(const coremidi::InputConnection& connection) {
   std::lock_guard lock(controlMutex_);
   OwnPort* own = ownPort(connection.port);
   if (!own || !own->isInput) return kMIDIInvalidPort;
   const PeerPort* peer = peerOf(connection.source);
-  if (!client_ || !peer) return kMIDIUnknownEndpoint;
-  const int status = jack_connect(client_, peer->fullName.c_str(), jack_port_name(own->jackPort));
-  if (status != 0 && status != EEXIST) return kMIDINotPermitted;
+  if (!client_ || !peer || !own->jackPort) return kMIDIUnknownEndpoint;
   auto listener = std::make_unique<Listener>(
       Listener{connection.readProc, connection.portRefCon, connection.connectionRefCon});
   auto& connections = own->connections;
@@ -228,8 +321,21 @@ OSStatus JackBackend::connectInput(const coremidi::InputConnection& connection) 
     connections.emplace_back(connection.source, std::move(listener));
   }
   publishListener(*own);
-  if (retired) waitForCycles();
-  return noErr;
+  OSStatus status = noErr;
+  if (!connectPorts(peer->fullName.c_str(), jack_port_name(own->jackPort))) {
+    status = kMIDINotPermitted;
+    const auto made = std::find_if(connections.begin(), connections.end(),
+                                   [&](const auto& c) { return c.first == connection.source; });
+    if (retired) {
+      std::swap(made->second, retired);  // the connection as it was
+    } else {
+      retired = std::move(made->second);
+      connections.erase(made);
+    }
+    publishListener(*own);
+  }
+  if (retired) quiesce();  // before the retired listener goes
+  return status;
 }
 
 bool JackBackend::disconnectInput(MIDIPortRef port, MIDIEndpointRef source) {
@@ -246,7 +352,7 @@ bool JackBackend::disconnectInput(MIDIPortRef port, MIDIEndpointRef source) {
   const std::unique_ptr<Listener> retired = std::move(found->second);
   connections.erase(found);
   publishListener(*own);
-  waitForCycles();  // no read procedure of the retired listener runs after this
+  quiesce();  // no read procedure of the retired listener runs after this
   return true;
 }
 
@@ -254,16 +360,27 @@ bool JackBackend::disconnectInput(MIDIPortRef port, MIDIEndpointRef source) {
 // to the first connection's read procedure.
 void JackBackend::publishListener(OwnPort& own) {
   const Listener* first = own.connections.empty() ? nullptr : own.connections.front().second.get();
-  inputs_[own.slot].listener.store(first, std::memory_order_release);
+  inputs_[own.slot].listener.store(first, std::memory_order_seq_cst);
 }
 
-void JackBackend::waitForCycles() {
-  if (!client_ || serverGone_.load(std::memory_order_acquire)) return;
-  const std::uint64_t from = cycles_.load(std::memory_order_acquire);
-  const auto deadline = std::chrono::steady_clock::now() + kCycleWait;
-  while (cycles_.load(std::memory_order_acquire) < from + kCyclesToForget &&
-         std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+// Returns once no process call can hold what was unpublished before: at once when none runs, else
+// when the one under way ends. New calls read the slots afresh. It waits for no new cycle, so a
+// stalled or vanished server cannot hold it up, and it gives up on nothing: what it guards is let
+// go only after it returns.
+void JackBackend::quiesce() {
+  const std::uint64_t pass = processPasses_.load(std::memory_order_seq_cst);
+  if (pass % 2 == 0) return;
+  while (processPasses_.load(std::memory_order_seq_cst) == pass) {
+    std::this_thread::sleep_for(kQuiesceStep);
+  }
+}
+
+// The port is chosen, and connected, when the request is made rather than when its transfer runs:
+// by then another instance may have made a port that would be chosen instead.
+void JackBackend::sysexRequested(MIDIEndpointRef destination) {
+  std::lock_guard lock(controlMutex_);
+  if (OwnPort* own = senderFor(0, destination); own && !own->isInput) {
+    connectOutput(*own, destination);
   }
 }
 
@@ -295,8 +412,13 @@ bool JackBackend::connectOutput(OwnPort& own, MIDIEndpointRef destination) {
   if (const PeerPort* previous = peerOf(own.destination)) {
     jack_disconnect(client_, ours, previous->fullName.c_str());
   }
-  const int status = jack_connect(client_, ours, peer->fullName.c_str());
-  if (status != 0 && status != EEXIST) return false;
+  if (!connectPorts(ours, peer->fullName.c_str())) {
+    std::fprintf(
+        stderr,
+        "JACK backend: JACK refused to connect \"%s\" to \"%s\"; what goes there is dropped.\n",
+        ours, peer->fullName.c_str());
+    return false;
+  }
   own.destination = destination;
   return true;
 }
@@ -314,38 +436,52 @@ void JackBackend::deliver(MIDIPortRef port, MIDIEndpointRef destination,
   }
   // Released before the rings are filled: a full ring waits for the process thread, which needs
   // no lock; a port disposed meanwhile drops the records by their generation.
-  std::lock_guard lock(sendMutex_);
   const MIDITimeStamp now = coremidi::hostTimeNow();
   coremidi::forEachPacket(packets, [&](const MIDIPacket& packet) {
     const Byte* data = reinterpret_cast<const Byte*>(&packet) + kMIDIPacketHeaderSize;
     const std::size_t length = packet.length;
     if (length == 0) return;
     const MIDITimeStamp due = packet.timeStamp > now ? packet.timeStamp : 0;
-    ByteRing& ring = due != 0 ? *sendTimed_ : *sendNow_;
-    auto queue = [&](std::size_t begin, std::size_t end) {
-      queueRecord(ring, {slot, generation, static_cast<std::uint32_t>(end - begin), 0, due},
-                  data + begin);
+    const auto header = [&](std::size_t size) {
+      return RecordHeader{slot, generation, static_cast<std::uint32_t>(size), 0, due};
     };
-    if (data[0] == kSysexStart || data[0] < kStatusBit) {
-      for (std::size_t at = 0; at < length; at += kSendChunk) {
-        queue(at, std::min(length, at + kSendChunk));
+    if (port == 0) {
+      // A piece of a system-exclusive request: receivers get the whole message in one event.
+      std::lock_guard lock(sendSysex_->producer);
+      if (destination != joinDestination_) {
+        joiner_.reset();
+        joinDestination_ = destination;
       }
+      joiner_.feed(data, length, [&](const Byte* bytes, std::size_t size) {
+        writeWaiting(*sendSysex_, header(size), bytes);
+      });
+      return;
+    }
+    if (data[0] == kSysexStart || data[0] < kStatusBit) {
+      queueRecord(due != 0 ? *sendTimed_ : *sendSysex_, header(length), data);
       return;
     }
     // One JACK event per message: a status byte with the data bytes behind it.
+    SendQueue& queue = due != 0 ? *sendTimed_ : *sendNow_;
     std::size_t begin = 0;
     for (std::size_t at = 1; at <= length; ++at) {
       if (at == length || data[at] >= kStatusBit) {
-        queue(begin, at);
+        queueRecord(queue, header(at - begin), data + begin);
         begin = at;
       }
     }
   });
 }
 
-bool JackBackend::queueRecord(ByteRing& ring, const RecordHeader& header, const Byte* data) {
+void JackBackend::queueRecord(SendQueue& queue, const RecordHeader& header, const Byte* data) {
+  std::lock_guard lock(queue.producer);
+  writeWaiting(queue, header, data);
+}
+
+// The caller holds the queue's producer lock.
+bool JackBackend::writeWaiting(SendQueue& queue, const RecordHeader& header, const Byte* data) {
   const auto deadline = std::chrono::steady_clock::now() + kSendPatience;
-  while (!writeRecord(ring, header, data)) {
+  while (!writeRecord(queue.ring, header, data)) {
     if (serverGone_.load(std::memory_order_acquire) ||
         processClient_.load(std::memory_order_acquire) == nullptr ||
         std::chrono::steady_clock::now() > deadline) {

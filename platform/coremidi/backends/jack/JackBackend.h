@@ -5,7 +5,7 @@
 // each of its MIDI ports an entity with one endpoint named after the port.
 //
 // Threads: JACK's process thread reads the input ports straight into the read procedures and
-// writes what senders queued in two lock-free rings; it allocates nothing and takes no lock. The
+// writes what senders queued in three lock-free rings; it allocates nothing and takes no lock. The
 // backend's own thread follows what JACK's notification thread flags (ports, clients, the server
 // going away) and reopens the client once a server runs again. Everything else runs on the
 // threads of the API's callers, under `controlMutex_`.
@@ -27,6 +27,7 @@
 
 #include "Backend.h"
 #include "JackRecords.h"
+#include "SysexJoiner.h"
 
 namespace jackmidi {
 
@@ -47,9 +48,11 @@ class JackBackend : public coremidi::Backend {
   OSStatus clientCreating() override;
   OSStatus portCreated(MIDIPortRef port, bool isInput) override;
   void portDisposed(MIDIPortRef port) override;
+  bool engineRuns() override;
   bool readsInputPorts() const override { return true; }
   OSStatus connectInput(const coremidi::InputConnection& connection) override;
   bool disconnectInput(MIDIPortRef port, MIDIEndpointRef source) override;
+  void sysexRequested(MIDIEndpointRef destination) override;
   MIDITimeStamp deliveryLead() const override;
   void deliver(MIDIPortRef port, MIDIEndpointRef destination,
                const MIDIPacketList* packets) override;
@@ -61,8 +64,9 @@ class JackBackend : public coremidi::Backend {
     void* portRefCon;
     void* connectionRefCon;
   };
-  // Read by the process thread. The port is published last (release), so what goes with it is
-  // visible once the port is (acquire); a slot is cleared, then left alone for two cycles.
+  // Read by the process thread. The port is published last, so what goes with it is visible once
+  // the port is; a slot is cleared, then what it held is freed once no process call can hold it
+  // (see quiesce). Sequentially consistent: that handshake needs it (see processPasses_).
   struct InputSlot {
     std::atomic<jack_port_t*> port{nullptr};
     std::atomic<const Listener*> listener{nullptr};
@@ -82,6 +86,15 @@ class JackBackend : public coremidi::Backend {
     std::vector<std::pair<MIDIEndpointRef, std::unique_ptr<Listener>>> connections;
     // Output: the destination it is connected to; it follows the latest one sent to.
     MIDIEndpointRef destination = 0;
+  };
+  // A ring from the senders to the process thread, and what each side keeps of it.
+  struct SendQueue {
+    explicit SendQueue(std::size_t bytes) : ring(bytes) {}
+    ByteRing ring;
+    std::mutex producer;  // senders among themselves: the ring has one producer at a time
+    // Process thread only: bytes of the first record already written, when a message too large
+    // for one period's buffer goes out over several.
+    std::size_t written = 0;
   };
   // A MIDI port of another client.
   struct PeerPort {
@@ -106,6 +119,7 @@ class JackBackend : public coremidi::Backend {
   static void serverShutDown(jack_status_t, const char*, void* self);
   void readInputs(const Cycle& cycle);
   void writeOutputs(const Cycle& cycle);
+  void drain(SendQueue& queue, bool timed, const Cycle& cycle, std::int64_t offset);
 
   // JackDirectory.cpp: the other clients' ports as devices.
   void synchronise();
@@ -115,35 +129,60 @@ class JackBackend : public coremidi::Backend {
   // JackBackend.cpp: the client, our ports and the backend's thread.
   bool open();
   void close();
+  bool clientReachesServer();
+  void tellNotRunning();
   bool registerOwn(OwnPort& own);
-  void unregisterOwn(OwnPort& own);
+  void unpublish(OwnPort& own);
   OwnPort* ownPort(MIDIPortRef port);
   OwnPort* senderFor(MIDIPortRef port, MIDIEndpointRef destination);
   bool connectOutput(OwnPort& own, MIDIEndpointRef destination);
+  bool connectPorts(const char* from, const char* to);
   void publishListener(OwnPort& own);
-  void waitForCycles();
+  void quiesce();
   void refreshClockOffset();
   void run();
   void stopThread();
-  bool queueRecord(ByteRing& ring, const RecordHeader& header, const Byte* data);
+  void queueRecord(SendQueue& queue, const RecordHeader& header, const Byte* data);
+  bool writeWaiting(SendQueue& queue, const RecordHeader& header, const Byte* data);
 
   coremidi::MidiSystem* system_ = nullptr;
-  std::unique_ptr<ByteRing> sendNow_;    // senders (one at a time) -> process thread
-  std::unique_ptr<ByteRing> sendTimed_;  // the same, for packets with a time still to come
+  // Senders -> process thread: short messages due now, system-exclusive messages due now, and
+  // anything with a time still to come. Short messages never wait behind a long message.
+  std::unique_ptr<SendQueue> sendNow_;
+  std::unique_ptr<SendQueue> sendSysex_;
+  std::unique_ptr<SendQueue> sendTimed_;
+  // The pieces of system-exclusive requests, joined into whole messages; under
+  // sendSysex_->producer, like the destination they go to.
+  SysexJoiner joiner_;
+  MIDIEndpointRef joinDestination_ = 0;
   std::array<InputSlot, kMaxPorts> inputs_;
   std::array<OutputSlot, kMaxPorts> outputs_;
-  // Process thread only: the packet list handed to read procedures, and per output slot the
-  // frame of the last event written this cycle (JACK wants them in order).
+  // Process thread only: the packet list handed to read procedures; per output slot the port
+  // taken for this cycle, with its generation and the room of its empty buffer, and the frame of
+  // the last event written this cycle (JACK wants them in order).
   std::vector<Byte> packetList_;
-  std::array<jack_nframes_t, kMaxPorts> lastFrame_{};
+  struct CyclePort {
+    jack_port_t* port = nullptr;
+    void* buffer = nullptr;
+    std::uint32_t generation = 0;
+    std::size_t emptyRoom = 0;
+    std::size_t spent = 0;  // what this cycle's events cost the buffer (see costOf)
+    jack_nframes_t lastFrame = 0;
+  };
+  std::array<CyclePort, kMaxPorts> cyclePorts_{};
 
   // The process thread reads these; others write them.
   std::atomic<jack_client_t*> processClient_{nullptr};
   // Host clock minus JACK's clock, in nanoseconds; refreshed off the process thread. Relaxed: a
   // slightly old offset only shifts time stamps by the clocks' drift.
   std::atomic<std::int64_t> clockOffsetNanos_{0};
-  // Release by the process thread: a thread that sees the count move knows that cycle is over.
-  std::atomic<std::uint64_t> cycles_{0};
+  // Moved by 1 as the process callback begins and again as it ends: odd while one runs. A thread
+  // that has cleared a slot and then reads an even count knows that no process call holds what
+  // the slot held; an odd count, that the call under way is the last that may, and it waits for
+  // the count to move. Sequentially consistent, with the slots' stores and loads: otherwise the
+  // callback could read a slot before the clearing and the clearer read the count before the
+  // callback began.
+  std::atomic<std::uint64_t> processPasses_{0};
   // Flags from JACK's notification thread to the backend's thread.
   std::atomic<bool> serverGone_{false};
   std::atomic<bool> portsChanged_{false};
@@ -154,8 +193,7 @@ class JackBackend : public coremidi::Backend {
   std::map<std::string, PeerClient> peers_;
   std::vector<std::unique_ptr<OwnPort>> ownPorts_;
   bool toldGone_ = false;
-
-  std::mutex sendMutex_;  // senders among themselves: each ring has one producer
+  bool toldNotRunning_ = false;
 
   std::thread thread_;
 };
