@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "HostClock.h"
+#include "MidiStatusBytes.h"
 #include "MidiSystem.h"
 #include "PacketLists.h"
 
@@ -41,8 +42,6 @@ constexpr auto kConnectPatience = std::chrono::milliseconds(500);
 constexpr auto kConnectRetryStep = std::chrono::milliseconds(5);
 // Between looks at a process call that is still under way.
 constexpr auto kQuiesceStep = std::chrono::microseconds(100);
-constexpr Byte kSysexStart = 0xF0;
-constexpr Byte kStatusBit = 0x80;
 
 // The backend lives as long as the process; at exit its thread and client go first, before
 // libjack's own state is torn down.
@@ -457,7 +456,7 @@ void JackBackend::deliver(MIDIPortRef port, MIDIEndpointRef destination,
       });
       return;
     }
-    if (data[0] == kSysexStart || data[0] < kStatusBit) {
+    if (data[0] == coremidi::kSysexStart || !coremidi::isStatusByte(data[0])) {
       queueRecord(due != 0 ? *sendTimed_ : *sendSysex_, header(length), data);
       return;
     }
@@ -465,7 +464,7 @@ void JackBackend::deliver(MIDIPortRef port, MIDIEndpointRef destination,
     SendQueue& queue = due != 0 ? *sendTimed_ : *sendNow_;
     std::size_t begin = 0;
     for (std::size_t at = 1; at <= length; ++at) {
-      if (at == length || data[at] >= kStatusBit) {
+      if (at == length || coremidi::isStatusByte(data[at])) {
         queueRecord(queue, header(at - begin), data + begin);
         begin = at;
       }
