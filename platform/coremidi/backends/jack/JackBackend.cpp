@@ -107,11 +107,7 @@ void JackBackend::start(coremidi::MidiSystem& system) {
   packetList_.reserve(sizeof(MIDIPacketList) + coremidi::kMaxPacketLength + 16);
   jack_set_error_function(quiet);
   jack_set_info_function(quiet);
-  {
-    // The first listing already shows what the server has.
-    std::lock_guard lock(controlMutex_);
-    open();
-  }
+  // The JACK client waits for the first client of the MIDI system, whose name it takes.
   thread_ = std::thread([this] { run(); });
   running_.store(this, std::memory_order_release);
   std::atexit([] {
@@ -120,7 +116,8 @@ void JackBackend::start(coremidi::MidiSystem& system) {
 }
 
 bool JackBackend::open() {
-  client_ = openClient(kClientName);
+  if (midiClients_.empty()) return false;
+  client_ = openClient(midiClients_.front().second.c_str());
   if (!client_) return false;
   serverGone_.store(false, std::memory_order_release);
   toldNotRunning_ = false;
@@ -185,11 +182,21 @@ void JackBackend::tellNotRunning() {
                serverName().c_str());
 }
 
-OSStatus JackBackend::clientCreating() {
+OSStatus JackBackend::clientCreated(MIDIClientRef client, const std::string& name) {
   std::lock_guard lock(controlMutex_);
+  midiClients_.emplace_back(client, name);
   if (clientReachesServer()) return noErr;
+  midiClients_.pop_back();
   tellNotRunning();
   return kMIDIServerStartErr;
+}
+
+// A program without a client of the MIDI system shows nothing in JACK; the next client opens the
+// JACK client again, under its own name.
+void JackBackend::clientDisposed(MIDIClientRef client) {
+  std::lock_guard lock(controlMutex_);
+  std::erase_if(midiClients_, [&](const auto& known) { return known.first == client; });
+  if (midiClients_.empty()) close();
 }
 
 bool JackBackend::engineRuns() {
@@ -199,7 +206,7 @@ bool JackBackend::engineRuns() {
   return false;
 }
 
-OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput) {
+OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput, const std::string& name) {
   std::lock_guard lock(controlMutex_);
   if (!client_) return kMIDIServerStartErr;
   std::vector<bool> used(kMaxPorts, false);
@@ -212,8 +219,9 @@ OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput) {
   own->port = port;
   own->isInput = isInput;
   own->slot = static_cast<std::size_t>(free - used.begin());
-  // The first port of a kind takes the plain name, later ones the lowest free number from 2.
-  const std::string base = isInput ? kInputPortName : kOutputPortName;
+  // A name already taken gets the lowest free number from 2; a port without a name is called
+  // after its direction.
+  const std::string base = !name.empty() ? name : isInput ? "input" : "output";
   for (int number = 1; own->name.empty(); ++number) {
     const std::string candidate = number == 1 ? base : base + " " + std::to_string(number);
     const bool taken = std::any_of(ownPorts_.begin(), ownPorts_.end(),
