@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Diagnostics.h"
 #include "HostClock.h"
 #include "MidiStatusBytes.h"
 #include "MidiSystem.h"
@@ -141,8 +142,8 @@ bool JackBackend::open() {
   portsChanged_.store(false, std::memory_order_relaxed);
   synchronise();
   if (toldGone_) {
-    std::fprintf(stderr, "JACK backend: connected to the JACK server \"%s\" as \"%s\".\n",
-                 serverName().c_str(), jack_get_client_name(client_));
+    coremidi::diagnose("JACK backend: connected to the JACK server \"%s\" as \"%s\".",
+                       serverName().c_str(), jack_get_client_name(client_));
     toldGone_ = false;
   }
   return true;
@@ -176,10 +177,10 @@ bool JackBackend::clientReachesServer() {
 void JackBackend::tellNotRunning() {
   if (toldNotRunning_) return;
   toldNotRunning_ = true;
-  std::fprintf(stderr,
-               "JACK backend: the JACK server \"%s\" is not running; start it (for example "
-               "\"jackd -d dummy\") and call Init again.\n",
-               serverName().c_str());
+  coremidi::diagnose(
+      "JACK backend: the JACK server \"%s\" is not running; start it (for example "
+      "\"jackd -d dummy\") and call Init again.",
+      serverName().c_str());
 }
 
 OSStatus JackBackend::clientCreated(MIDIClientRef client, const std::string& name) {
@@ -238,7 +239,7 @@ bool JackBackend::registerOwn(OwnPort& own) {
   own.jackPort =
       jack_port_register(client_, own.name.c_str(), JACK_DEFAULT_MIDI_TYPE, direction, 0);
   if (!own.jackPort) {
-    std::fprintf(stderr, "JACK backend: cannot register the port \"%s\".\n", own.name.c_str());
+    coremidi::diagnose("JACK backend: cannot register the port \"%s\".", own.name.c_str());
     return false;
   }
   if (own.isInput) {
@@ -420,10 +421,9 @@ bool JackBackend::connectOutput(OwnPort& own, MIDIEndpointRef destination) {
     jack_disconnect(client_, ours, previous->fullName.c_str());
   }
   if (!connectPorts(ours, peer->fullName.c_str())) {
-    std::fprintf(
-        stderr,
-        "JACK backend: JACK refused to connect \"%s\" to \"%s\"; what goes there is dropped.\n",
-        ours, peer->fullName.c_str());
+    coremidi::diagnose(
+        "JACK backend: JACK refused to connect \"%s\" to \"%s\"; what goes there is dropped.", ours,
+        peer->fullName.c_str());
     return false;
   }
   own.destination = destination;
@@ -492,8 +492,8 @@ bool JackBackend::writeWaiting(SendQueue& queue, const RecordHeader& header, con
     if (serverGone_.load(std::memory_order_acquire) ||
         processClient_.load(std::memory_order_acquire) == nullptr ||
         std::chrono::steady_clock::now() > deadline) {
-      std::fprintf(stderr, "JACK backend: %u MIDI bytes were dropped: the JACK server took none.\n",
-                   header.size);
+      coremidi::diagnose("JACK backend: %u MIDI bytes were dropped: the JACK server took none.",
+                         header.size);
       return false;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -524,10 +524,10 @@ void JackBackend::run() {
     const auto now = std::chrono::steady_clock::now();
     std::lock_guard lock(controlMutex_);
     if (serverGone_.load(std::memory_order_acquire) && client_) {
-      std::fprintf(stderr,
-                   "JACK backend: the JACK server \"%s\" went away; its MIDI ports are gone until "
-                   "it runs again.\n",
-                   serverName().c_str());
+      coremidi::diagnose(
+          "JACK backend: the JACK server \"%s\" went away; its MIDI ports are gone until it runs "
+          "again.",
+          serverName().c_str());
       close();
       toldGone_ = true;
       continue;
