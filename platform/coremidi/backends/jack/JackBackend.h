@@ -29,6 +29,11 @@
 #include "JackRecords.h"
 #include "SysexJoiner.h"
 
+namespace coremidi {
+class ObjectGraph;
+struct QueuedNotification;
+}  // namespace coremidi
+
 namespace jackmidi {
 
 class JackBackend : public coremidi::Backend {
@@ -107,6 +112,12 @@ class JackBackend : public coremidi::Backend {
     MIDIDeviceRef device = 0;
     std::vector<PeerPort> ports;
   };
+  // The other clients' MIDI ports as the server has them now, by client, in the server's order.
+  struct ServerPorts {
+    std::map<std::string, std::vector<PeerPort>> byClient;
+    std::vector<std::string> order;
+  };
+  using Notes = std::vector<coremidi::QueuedNotification>;
 
   // JackProcess.cpp: callbacks of libjack.
   static int process(jack_nframes_t frames, void* self);
@@ -121,6 +132,12 @@ class JackBackend : public coremidi::Backend {
 
   // JackDirectory.cpp: the other clients' ports as devices.
   void synchronise();
+  ServerPorts readServerPorts() const;
+  void removePeersThatLeft(const ServerPorts& now, coremidi::ObjectGraph& graph, Notes& notes);
+  void addPeer(const std::string& clientName, const std::vector<PeerPort>& ports,
+               coremidi::ObjectGraph& graph, Notes& notes);
+  static void updatePeer(PeerClient& peer, const std::vector<PeerPort>& ports,
+                         coremidi::ObjectGraph& graph, Notes& notes);
   void forgetPeers();
   const PeerPort* peerOf(MIDIEndpointRef endpoint) const;
 
