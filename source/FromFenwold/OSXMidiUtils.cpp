@@ -54,6 +54,7 @@ void numberDuplicates(std::vector<DisambiguatedName*> group) {
 // The same for one name of each record of a vector.
 template <typename Record>
 void numberDuplicates(std::vector<Record>& records, DisambiguatedName Record::*name) {
+  if (records.size() < 2) return;  // a fresh name is numbered already: no duplicate, index 0
   std::vector<DisambiguatedName*> group;
   group.reserve(records.size());
   for (Record& record : records) group.push_back(&(record.*name));
