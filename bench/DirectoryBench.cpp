@@ -1,5 +1,7 @@
 // Listing and looking up endpoints for setups of 1 to 1000 sources: from the directory's cache,
-// and right after a device change, when the directory rebuilds from the MIDI system.
+// and right after a device change, when the directory rebuilds from the MIDI system. The sources
+// are unattached (other programs' virtual endpoints), or each on a device of its own (JACK
+// clients), which the rebuild finds and names by device.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -15,10 +17,15 @@ namespace {
 // Holds the shared client, without which no notification arrives and the cache never rebuilds.
 class Directory {
  public:
-  explicit Directory(std::int64_t sources) : client_(fwAcquireMidiClient()) {
+  Directory(std::int64_t sources, bool onDevices) : client_(fwAcquireMidiClient()) {
     virtualmidi::Setup setup;
     for (std::int64_t i = 0; i < sources; ++i) {
-      setup.unattachedSources.push_back({"Source " + std::to_string(i)});
+      const std::string name = "Source " + std::to_string(i);
+      if (onDevices) {
+        setup.devices.push_back({"Device " + std::to_string(i), {{"Port", {{name}}}}});
+      } else {
+        setup.unattachedSources.push_back({name});
+      }
     }
     virtualmidi::replaceSetup(setup);
     midisystem::runRunLoop(0);
@@ -46,8 +53,8 @@ class Directory {
   bool flip_ = false;
 };
 
-void BM_Directory_List(benchmark::State& state) {
-  Directory directory(state.range(0));
+void listDevices(benchmark::State& state, bool onDevices) {
+  Directory directory(state.range(0), onDevices);
   const bool afterChange = state.range(1) != 0;
   DeviceList devices;
   for (auto _ : state) {
@@ -63,8 +70,8 @@ void BM_Directory_List(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 
-void BM_Directory_Lookup(benchmark::State& state) {
-  Directory directory(state.range(0));
+void lookUpLast(benchmark::State& state, bool onDevices) {
+  Directory directory(state.range(0), onDevices);
   const bool afterChange = state.range(1) != 0;
   // The last source: the one a linear search finds last.
   const DeviceListEntry wanted = directory.last();
@@ -79,10 +86,28 @@ void BM_Directory_Lookup(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 
-// Second argument: 0 from the cache, 1 after a change.
+void BM_Directory_List(benchmark::State& state) {
+  listDevices(state, false);
+}
+void BM_Directory_Lookup(benchmark::State& state) {
+  lookUpLast(state, false);
+}
+void BM_Directory_ListOnDevices(benchmark::State& state) {
+  listDevices(state, true);
+}
+void BM_Directory_LookupOnDevices(benchmark::State& state) {
+  lookUpLast(state, true);
+}
+
+// Second argument: 0 from the cache, 1 after a change. On devices only the rebuild is measured:
+// a cached listing costs the same however the endpoints were found.
 BENCHMARK(BM_Directory_List)->ArgsProduct({{1, 10, 100, 1000}, {0, 1}})->ArgNames({"n", "changed"});
 BENCHMARK(BM_Directory_Lookup)
     ->ArgsProduct({{1, 10, 100, 1000}, {0, 1}})
+    ->ArgNames({"n", "changed"});
+BENCHMARK(BM_Directory_ListOnDevices)->ArgsProduct({{100, 1000}, {1}})->ArgNames({"n", "changed"});
+BENCHMARK(BM_Directory_LookupOnDevices)
+    ->ArgsProduct({{100, 1000}, {1}})
     ->ArgNames({"n", "changed"});
 
 }  // namespace

@@ -5,14 +5,14 @@
 
 #include <cstdint>
 
-#include "BenchPlatform.h"
+#include "BenchSupport.h"
 
 namespace {
 
 // Fits the smallest ring (146 note records), so every size sees the same work per batch.
 constexpr int kBatch = 128;
 
-void receiveBatch(bench::BenchPlatform& platform, std::uint32_t& time) {
+void receiveBatch(RecordingPlatform& platform, std::uint32_t& time) {
   for (int i = 0; i < kBatch; ++i) {
     platform.ReceiveShortMessage(static_cast<std::uint8_t>(0x90 | (i & 0x0F)),
                                  static_cast<std::uint8_t>(i & 0x7F), 100, ++time);
@@ -21,7 +21,7 @@ void receiveBatch(bench::BenchPlatform& platform, std::uint32_t& time) {
 
 void BM_Growth_Receive(benchmark::State& state) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, static_cast<std::int32_t>(state.range(0)));
   std::uint32_t time = 0;
   for (auto _ : state) {
@@ -35,7 +35,7 @@ BENCHMARK(BM_Growth_Receive)->RangeMultiplier(16)->Range(1 << 10, 16 << 20);
 
 void BM_Growth_Drain(benchmark::State& state) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, static_cast<std::int32_t>(state.range(0)));
   std::uint32_t time = 0;
   bench::timePendingDrains(state, store, platform, [&] { receiveBatch(platform, time); });

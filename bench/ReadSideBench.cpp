@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "BenchPlatform.h"
+#include "BenchSupport.h"
 #include "RoundTrip.h"
 
 namespace {
@@ -22,7 +22,7 @@ constexpr int kBurst = 10000;
 constexpr std::uint32_t kSysexBytes = 1024;
 constexpr int kSysexBurst = 100;
 
-void fillShort(bench::BenchPlatform& platform, int count) {
+void fillShort(RecordingPlatform& platform, int count) {
   for (int i = 0; i < count; ++i) {
     platform.ReceiveShortMessage(static_cast<std::uint8_t>(0x90 | (i & 0x0F)),
                                  static_cast<std::uint8_t>(i & 0x7F), 100,
@@ -30,15 +30,15 @@ void fillShort(bench::BenchPlatform& platform, int count) {
   }
 }
 
-void fillSysex(bench::BenchPlatform& platform, int count) {
+void fillSysex(RecordingPlatform& platform, int count) {
   const std::vector<std::uint8_t> dump = bench::sysexDump(kSysexBytes);
   for (int i = 0; i < count; ++i) bench::receiveDump(platform, dump, kSysexBytes, 0);
 }
 
 // One call per message, each into a fresh property list, as the dispatcher makes them.
-void getNextMessages(benchmark::State& state, void (*fill)(bench::BenchPlatform&, int), int count) {
+void getNextMessages(benchmark::State& state, void (*fill)(RecordingPlatform&, int), int count) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, kRingBytes);
   HostListInterface* lists = store.listInterface();
   HostValueInterface* values = store.valueInterface();
@@ -56,10 +56,9 @@ void getNextMessages(benchmark::State& state, void (*fill)(bench::BenchPlatform&
   state.SetItemsProcessed(state.iterations() * count);
 }
 
-void getPendingMessages(benchmark::State& state, void (*fill)(bench::BenchPlatform&, int),
-                        int count) {
+void getPendingMessages(benchmark::State& state, void (*fill)(RecordingPlatform&, int), int count) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, kRingBytes);
   bench::timePendingDrains(state, store, platform, [&] { fill(platform, count); });
   state.SetItemsProcessed(state.iterations() * count);
@@ -96,7 +95,7 @@ void BM_GetPendingMessages_Flood(benchmark::State& state) {
   constexpr auto kFrame = std::chrono::microseconds(16667);
   constexpr auto kRun = std::chrono::seconds(2);
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, kRingBytes);
   std::vector<double> callMicros;
   std::vector<double> perCall;

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "BenchPlatform.h"
+#include "BenchSupport.h"
 
 #ifdef TONVIK_BENCH_HAVE_BOOST
 #include <boost/lockfree/spsc_queue.hpp>
@@ -30,7 +30,7 @@ std::uint8_t keyOf(int i) {
 
 void BM_Receive_Short(benchmark::State& state) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, kRingBytes);
   // One channel closed, so that the filters drop something and the test is not always true.
   LingoValue channel = store.makeInteger(16);
@@ -50,7 +50,7 @@ BENCHMARK(BM_Receive_Short);
 
 void BM_Receive_Sysex(benchmark::State& state) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenInput(0, kRingBytes);
   const std::vector<std::uint8_t> dump = bench::sysexDump(kDumpBytes);
   const auto chunk = static_cast<std::uint32_t>(state.range(0));

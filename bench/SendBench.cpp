@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "BenchPlatform.h"
+#include "BenchSupport.h"
 
 namespace {
 
@@ -49,10 +49,14 @@ LingoValue sysexMessage(director::ValueStore& store) {
 
 void BM_SendMessage_Short(benchmark::State& state) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenOutput(0);
   LingoValue message = noteOnMessage(store);
-  for (auto _ : state) benchmark::DoNotOptimize(platform.SendMessage(&message));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(platform.SendMessage(&message));
+    platform.shortSends.clear();
+    platform.sysexSends.clear();
+  }
   store.release(message);
   state.SetItemsProcessed(state.iterations());
 }
@@ -60,10 +64,14 @@ BENCHMARK(BM_SendMessage_Short);
 
 void BM_SendMessage_Sysex1K(benchmark::State& state) {
   director::ValueStore store;
-  bench::BenchPlatform platform(store);
+  RecordingPlatform platform(store);
   platform.OpenOutput(0);
   LingoValue message = sysexMessage(store);
-  for (auto _ : state) benchmark::DoNotOptimize(platform.SendMessage(&message));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(platform.SendMessage(&message));
+    platform.shortSends.clear();
+    platform.sysexSends.clear();
+  }
   store.release(message);
   state.SetItemsProcessed(state.iterations());
   state.SetBytesProcessed(state.iterations() * (kSysexDataBytes + 3));

@@ -8,6 +8,7 @@
 
 #include "CoreMidiApi.h"
 #include "HostTime.h"
+#include "MidiBytes.h"
 #include "OSXMidiUtils.h"
 
 namespace {
@@ -16,14 +17,8 @@ constexpr double kMillisecondsPerNanosecond = 0.000001;
 constexpr double kSecondsPerNanosecond = 0.000000001;
 constexpr const char* kNoMidiClientText = "Couldn't create Core Midi client";
 
-constexpr std::uint8_t kSysexStart = 0xF0;
-constexpr std::uint8_t kSysexEnd = 0xF7;
 // 0xF0 and the manufacturer ID before the data, 0xF7 after it.
 constexpr std::uint32_t kSysexFramingBytes = 3;
-constexpr std::int32_t kDataByteMinimum = 0;
-constexpr std::int32_t kDataByteMaximum = 127;
-
-constexpr std::int32_t kShortMessageMaxLength = 3;
 // Short messages go out at host time 0, which CoreMIDI delivers at once.
 constexpr double kSendNow = 0.0;
 
@@ -218,7 +213,7 @@ HostStatus MacOsxTonvik::MakeErrorResult(std::int32_t code, LingoValue* result) 
 std::int32_t MacOsxTonvik::SendShortMessage(std::uint8_t status, std::uint8_t data1,
                                             std::uint8_t data2, std::int32_t length) {
   if (!outputOpen_) return kErrOutputNotOpen;
-  if (length >= 1 && length <= kShortMessageMaxLength) {
+  if (length >= 1 && static_cast<std::uint32_t>(length) <= midi::kLongestShortMessage) {
     // Bytes past the length are sent as 0 so that nothing stale leaves the Xtra.
     midiOut_.sendBytes(kSendNow, static_cast<std::uint8_t>(length), status, length >= 2 ? data1 : 0,
                        length == 3 ? data2 : 0);
@@ -232,17 +227,17 @@ std::int32_t MacOsxTonvik::SendSysex(std::uint8_t manufacturerId, const LingoVal
   SysexSendRecord* record = allocateSysexRecord(count + kSysexFramingBytes);
   if (record == nullptr) return kErrNotEnoughMemory;
   std::uint8_t* bytes = record->bytes();
-  bytes[0] = kSysexStart;
+  bytes[0] = midi::kSysexStart;
   bytes[1] = manufacturerId;
   for (std::uint32_t i = 1; i <= count; ++i) {
-    const std::int32_t error = GetIntegerProperty(
-        data, static_cast<std::int32_t>(i), kDataByteMinimum, kDataByteMaximum, &bytes[i + 1]);
+    const std::int32_t error = GetIntegerProperty(data, static_cast<std::int32_t>(i), 0,
+                                                  midi::kDataMaximum, &bytes[i + 1]);
     if (error != kErrNone) {
       releaseSysexRecord(record);
       return error;
     }
   }
-  bytes[count + 2] = kSysexEnd;
+  bytes[count + 2] = midi::kSysexEnd;
   if (!midiOut_.sendSysexRequest(&record->request)) {
     releaseSysexRecord(record);
     return kErrInternalDriver;

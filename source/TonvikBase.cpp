@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr std::uint8_t kFilterOpen = 0xFF;
-
 // Indexed by error code; null where the table has no row.
 constexpr const char* kErrorMessages[] = {
     "No error",
@@ -112,8 +110,8 @@ TonvikBase::TonvikBase(HostValueInterface* valueInterface, HostListInterface* li
   // Runs TonvikBase's own AcquireOrReleaseSymbols: the platform part does not exist yet.
   InitSymbols();
   for (int i = 0; i < kFilterBytes; ++i) {
-    statusFilter_[i].store(kFilterOpen, std::memory_order_relaxed);
-    modeFilter_[i].store(kFilterOpen, std::memory_order_relaxed);
+    statusFilter_[i].store(filterlayout::kEverythingPasses, std::memory_order_relaxed);
+    modeFilter_[i].store(filterlayout::kEverythingPasses, std::memory_order_relaxed);
   }
 }
 

@@ -8,7 +8,9 @@
 
 #include "HostInterfaces.h"
 #include "HostTypes.h"
+#include "InputFilterLayout.h"
 #include "LingoValue.h"
+#include "MidiBytes.h"
 
 // Error codes of the instance. Platforms define their own from kErrFirstPlatformCode on.
 enum TonvikError : std::int32_t {
@@ -121,11 +123,14 @@ class TonvikBase {
     std::uint32_t timestamp;
   };
 
+  // Scripts number channels from 1.
+  static constexpr std::int32_t kFirstChannel = 1;
+  static constexpr std::int32_t kLastChannel = midi::kChannels;
   static constexpr std::uint32_t kHeldMessageCapacity = 64;
   // A system-exclusive message that has sent nothing for longer than this while other messages
   // arrive is taken to be broken: its sender died or lost the end.
   static constexpr std::uint32_t kSysexSilenceLimitMs = 500;
-  static constexpr int kFilterBytes = 16;
+  static constexpr int kFilterBytes = filterlayout::kFilterBytes;
 
   void InitSymbols();
   void ReleaseSymbols();
@@ -162,15 +167,20 @@ class TonvikBase {
   void SetSysexEndMark(std::uint32_t position);
   bool IsSysexEndMark(std::uint32_t position) const;
   void MarkOverflow();
+  bool StatusFilterAdmits(std::uint8_t status) const;
 
   // Queue, consumer side.
   std::uint8_t ByteAt(std::uint32_t position) const;
   // GetNextMessage for a queue that ends at `write`, a write index loaded with acquire.
   void TakeMessage(LingoValue* message, std::uint32_t read, std::uint32_t write);
+  std::uint32_t ReadBytes(std::uint32_t position, std::uint8_t* bytes, std::uint32_t count) const;
   std::uint32_t DecodeRecord(std::uint32_t position, std::uint32_t end, LingoValue* message,
                              bool* recognised);
-  std::uint32_t DecodeControlChange(std::uint32_t position, std::uint8_t status,
-                                    LingoValue* message, bool* recognised);
+  // Each appends #type and the message's properties; false when the bytes form no message.
+  bool AppendChannelMessage(std::uint8_t status, const std::uint8_t* data, LingoValue* message);
+  bool AppendChannelModeMessage(std::uint8_t controller, std::uint8_t value, LingoValue* message);
+  bool AppendSystemMessage(std::uint8_t status, const std::uint8_t* data, LingoValue* message);
+  void AppendType(LingoValue* message, const LingoValue& type);
   std::uint32_t DecodeSysex(std::uint32_t position, std::uint32_t end, LingoValue* message);
 
   // Sending.

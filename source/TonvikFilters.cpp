@@ -1,36 +1,33 @@
 // The script's input filters: which message kinds, on which channels, enter the queue.
-#include <initializer_list>
 #include <iterator>
 
+#include "InputFilterLayout.h"
+#include "MidiBytes.h"
 #include "TonvikBase.h"
 
 namespace {
 
-constexpr std::uint16_t kAllChannels = 0xFFFF;
-constexpr std::int32_t kLowestChannel = 1;
-constexpr std::int32_t kHighestChannel = 16;
-constexpr std::int32_t kEveryChannel = 0;
-constexpr std::uint8_t kSystemBit = 0x80;
-constexpr std::uint8_t kChannelBits = 0x7F;
+using filterlayout::kChannelBits;
+using filterlayout::kModeBits;
+using filterlayout::kSystemBit;
+using filterlayout::modeBit;
+using filterlayout::statusBit;
+using filterlayout::systemBytes;
 
-// statusFilter_ bytes whose bit 7 stands for a system status byte that can be queued (0xF0 + k):
-// F0 F1 F2 F3 F6 F7 F8 FA FB FC FE FF.
-constexpr std::uint16_t SystemBytes(std::initializer_list<int> statuses) {
-  std::uint16_t bytes = 0;
-  for (int status : statuses) bytes |= static_cast<std::uint16_t>(1u << (status & 0x0F));
-  return bytes;
-}
-constexpr std::uint16_t kRealTimeBytes = SystemBytes({0xF8, 0xFA, 0xFB, 0xFC, 0xFE, 0xFF});
-constexpr std::uint16_t kCommonBytes = SystemBytes({0xF0, 0xF1, 0xF2, 0xF3, 0xF6, 0xF7});
+constexpr std::uint16_t kAllChannels = 0xFFFF;
+// A single channel argument of 0 stands for all sixteen.
+constexpr std::int32_t kEveryChannel = 0;
+
+// The statusFilter_ bytes whose system bit stands for a system message that can be queued.
+constexpr std::uint16_t kRealTimeBytes =
+    systemBytes({midi::kClock, midi::kStart, midi::kContinue, midi::kStop, midi::kActiveSensing,
+                 midi::kSystemReset});
+constexpr std::uint16_t kCommonBytes =
+    systemBytes({midi::kSysexStart, midi::kQuarterFrame, midi::kSongPosition, midi::kSongSelect,
+                 midi::kTuneRequest, midi::kSysexEnd});
 constexpr std::uint16_t kAllSystemBytes = kRealTimeBytes | kCommonBytes;
 
-constexpr std::uint8_t Bit(int n) {
-  return static_cast<std::uint8_t>(1u << n);
-}
-constexpr std::uint8_t kNoteOffBit = Bit(0);
-constexpr std::uint8_t kNoteOnBit = Bit(1);
-constexpr std::uint8_t kVoiceBits = 0x7F;
-constexpr std::uint8_t kModeBits = 0x7F;
+constexpr std::uint8_t kNoteBits = statusBit(midi::kNoteOff) | statusBit(midi::kNoteOn);
 
 }  // namespace
 
@@ -49,17 +46,18 @@ std::int32_t TonvikBase::SetSystemFilter(const LingoValue* messageTypes) {
       {&TonvikBase::noneSymbol_, 0, 0, 0},
       {&TonvikBase::realTimeSymbol_, kRealTimeBytes, 0, 0},
       {&TonvikBase::commonSymbol_, kCommonBytes, 0, 0},
-      {&TonvikBase::clockSymbol_, SystemBytes({0xF8}), 0, 0},
-      {&TonvikBase::startSymbol_, SystemBytes({0xFA}), 0, 0},
-      {&TonvikBase::continueSymbol_, SystemBytes({0xFB}), 0, 0},
-      {&TonvikBase::stopSymbol_, SystemBytes({0xFC}), 0, 0},
-      {&TonvikBase::activeSensingSymbol_, SystemBytes({0xFE}), 0, 0},
-      {&TonvikBase::systemResetSymbol_, SystemBytes({0xFF}), 0, 0},
-      {&TonvikBase::mtcQuarterFrameSymbol_, SystemBytes({0xF1}), 0, 0},
-      {&TonvikBase::songPositionPointerSymbol_, SystemBytes({0xF2}), 0, 0},
-      {&TonvikBase::songSelectSymbol_, SystemBytes({0xF3}), 0, 0},
-      {&TonvikBase::tuneRequestSymbol_, SystemBytes({0xF6}), 0, 0},
-      {&TonvikBase::systemExclusiveSymbol_, SystemBytes({0xF0, 0xF7}), 0, 0},
+      {&TonvikBase::clockSymbol_, systemBytes({midi::kClock}), 0, 0},
+      {&TonvikBase::startSymbol_, systemBytes({midi::kStart}), 0, 0},
+      {&TonvikBase::continueSymbol_, systemBytes({midi::kContinue}), 0, 0},
+      {&TonvikBase::stopSymbol_, systemBytes({midi::kStop}), 0, 0},
+      {&TonvikBase::activeSensingSymbol_, systemBytes({midi::kActiveSensing}), 0, 0},
+      {&TonvikBase::systemResetSymbol_, systemBytes({midi::kSystemReset}), 0, 0},
+      {&TonvikBase::mtcQuarterFrameSymbol_, systemBytes({midi::kQuarterFrame}), 0, 0},
+      {&TonvikBase::songPositionPointerSymbol_, systemBytes({midi::kSongPosition}), 0, 0},
+      {&TonvikBase::songSelectSymbol_, systemBytes({midi::kSongSelect}), 0, 0},
+      {&TonvikBase::tuneRequestSymbol_, systemBytes({midi::kTuneRequest}), 0, 0},
+      {&TonvikBase::systemExclusiveSymbol_, systemBytes({midi::kSysexStart, midi::kSysexEnd}), 0,
+       0},
   };
   for (int byte = 0; byte < kFilterBytes; ++byte) {
     if (kAllSystemBytes & (1u << byte)) {
@@ -74,25 +72,27 @@ std::int32_t TonvikBase::SetSystemFilter(const LingoValue* messageTypes) {
 std::int32_t TonvikBase::SetChannelFilter(const LingoValue* messageTypes,
                                           const LingoValue* channels) {
   static constexpr FilterSymbol kChannelSymbols[] = {
-      {&TonvikBase::allSymbol_, 0, kVoiceBits, kModeBits},
+      {&TonvikBase::allSymbol_, 0, kChannelBits, kModeBits},
       {&TonvikBase::noneSymbol_, 0, 0, 0},
-      {&TonvikBase::voiceSymbol_, 0, kVoiceBits, 0},
-      {&TonvikBase::noteSymbol_, 0, kNoteOffBit | kNoteOnBit, 0},
-      {&TonvikBase::noteOffSymbol_, 0, kNoteOffBit, 0},
-      {&TonvikBase::noteOnSymbol_, 0, kNoteOnBit, 0},
-      {&TonvikBase::polyKeyPressureSymbol_, 0, Bit(2), 0},
-      {&TonvikBase::controlChangeSymbol_, 0, Bit(3), 0},
-      {&TonvikBase::programChangeSymbol_, 0, Bit(4), 0},
-      {&TonvikBase::channelPressureSymbol_, 0, Bit(5), 0},
-      {&TonvikBase::pitchBendSymbol_, 0, Bit(6), 0},
+      {&TonvikBase::voiceSymbol_, 0, kChannelBits, 0},
+      {&TonvikBase::noteSymbol_, 0, kNoteBits, 0},
+      {&TonvikBase::noteOffSymbol_, 0, statusBit(midi::kNoteOff), 0},
+      {&TonvikBase::noteOnSymbol_, 0, statusBit(midi::kNoteOn), 0},
+      {&TonvikBase::polyKeyPressureSymbol_, 0, statusBit(midi::kPolyKeyPressure), 0},
+      {&TonvikBase::controlChangeSymbol_, 0, statusBit(midi::kControlChange), 0},
+      {&TonvikBase::programChangeSymbol_, 0, statusBit(midi::kProgramChange), 0},
+      {&TonvikBase::channelPressureSymbol_, 0, statusBit(midi::kChannelPressure), 0},
+      {&TonvikBase::pitchBendSymbol_, 0, statusBit(midi::kPitchBend), 0},
       {&TonvikBase::modeSymbol_, 0, 0, kModeBits},
-      {&TonvikBase::localControlOffSymbol_, 0, 0, Bit(0)},
-      {&TonvikBase::localControlOnSymbol_, 0, 0, Bit(1)},
-      {&TonvikBase::allNotesOffSymbol_, 0, 0, Bit(2)},
-      {&TonvikBase::omniModeOffSymbol_, 0, 0, Bit(3)},
-      {&TonvikBase::omniModeOnSymbol_, 0, 0, Bit(4)},
-      {&TonvikBase::monoModeOnSymbol_, 0, 0, Bit(5)},
-      {&TonvikBase::polyModeOnSymbol_, 0, 0, Bit(6)},
+      {&TonvikBase::localControlOffSymbol_, 0, 0,
+       modeBit(midi::kLocalControl, midi::kLocalControlOffValue)},
+      {&TonvikBase::localControlOnSymbol_, 0, 0,
+       modeBit(midi::kLocalControl, midi::kLocalControlOnValue)},
+      {&TonvikBase::allNotesOffSymbol_, 0, 0, modeBit(midi::kAllNotesOff, 0)},
+      {&TonvikBase::omniModeOffSymbol_, 0, 0, modeBit(midi::kOmniModeOff, 0)},
+      {&TonvikBase::omniModeOnSymbol_, 0, 0, modeBit(midi::kOmniModeOn, 0)},
+      {&TonvikBase::monoModeOnSymbol_, 0, 0, modeBit(midi::kMonoModeOn, 0)},
+      {&TonvikBase::polyModeOnSymbol_, 0, 0, modeBit(midi::kPolyModeOn, 0)},
   };
   std::uint16_t chosen = 0;
   const std::int32_t channelResult = ReadChannelSet(channels, &chosen);
@@ -102,8 +102,7 @@ std::int32_t TonvikBase::SetChannelFilter(const LingoValue* messageTypes,
     if (chosen & (1u << byte)) {
       statusFilter_[byte].fetch_and(static_cast<std::uint8_t>(~kChannelBits),
                                     std::memory_order_relaxed);
-      modeFilter_[byte].fetch_and(static_cast<std::uint8_t>(~kChannelBits),
-                                  std::memory_order_relaxed);
+      modeFilter_[byte].fetch_and(static_cast<std::uint8_t>(~kModeBits), std::memory_order_relaxed);
     }
   }
   return ApplyMessageTypes(messageTypes, kChannelSymbols,
@@ -121,8 +120,8 @@ std::int32_t TonvikBase::ReadChannelSet(const LingoValue* channels, std::uint16_
     }
     if (channel == kEveryChannel) {
       *set = kAllChannels;
-    } else if (channel >= kLowestChannel && channel <= kHighestChannel) {
-      *set = static_cast<std::uint16_t>(1u << (channel - kLowestChannel));
+    } else if (channel >= kFirstChannel && channel <= kLastChannel) {
+      *set = static_cast<std::uint16_t>(1u << (channel - kFirstChannel));
     } else {
       return kErrParameterOutOfRange;
     }
@@ -144,10 +143,10 @@ std::int32_t TonvikBase::ReadChannelSet(const LingoValue* channels, std::uint16_
     valueInterface_->ReleaseValue(&item);
     if (status != kHostOk) {
       result = kErrInvalidParameterValue;
-    } else if (channel < kLowestChannel || channel > kHighestChannel) {
+    } else if (channel < kFirstChannel || channel > kLastChannel) {
       result = kErrParameterOutOfRange;
     } else {
-      gathered |= static_cast<std::uint16_t>(1u << (channel - kLowestChannel));
+      gathered |= static_cast<std::uint16_t>(1u << (channel - kFirstChannel));
     }
   }
   if (result == kErrNone) *set = gathered;

@@ -6,80 +6,23 @@
 #include <cstring>
 #include <limits>
 
+#include "InputFilterLayout.h"
+#include "InputRecord.h"
+#include "MidiBytes.h"
 #include "TonvikBase.h"
 
 namespace {
 
 constexpr std::uint32_t kMinimumQueueSize = 1024;
-constexpr std::uint32_t kTimestampBytes = 4;
-// Every short message needs room for its longest record, whatever its own length.
-constexpr std::uint32_t kShortRecordRoom = 7;
 constexpr std::uint32_t kBitsPerMarkByte = 8;
-constexpr std::uint32_t kEmptySysexLength = 2;  // F0 F7
 
-constexpr std::uint8_t kStatusMask = 0xF0;
-constexpr std::uint8_t kChannelMask = 0x0F;
-constexpr std::uint8_t kNoteOn = 0x90;
-constexpr std::uint8_t kNoteOnToNoteOff = 0xEF;
-constexpr std::uint8_t kControlChange = 0xB0;
-constexpr std::uint8_t kSysexStart = 0xF0;
-constexpr std::uint8_t kSysexEnd = 0xF7;
-constexpr std::uint8_t kFirstChannelModeController = 122;
-constexpr std::uint8_t kLocalControl = 122;
-constexpr std::uint8_t kLocalControlOffValue = 0;
-constexpr std::uint8_t kLocalControlOnValue = 127;
-constexpr int kLocalControlOffBit = 0;
-constexpr int kLocalControlOnBit = 1;
-constexpr std::uint8_t kSystemFilterBit = 0x80;
-
-// Bytes that a record holds before its timestamp; 0 for a status byte that is never stored.
-std::uint32_t StoredLength(std::uint8_t status) {
-  if (status < 0x80) return 0;
-  switch (status & kStatusMask) {
-    case 0xC0:
-    case 0xD0:
-      return 2;
-    case 0xF0:
-      break;
-    default:
-      return 3;
-  }
-  switch (status) {
-    case 0xF1:
-    case 0xF3:
-      return 2;
-    case 0xF2:
-      return 3;
-    case 0xF6:
-    case 0xF8:
-    case 0xFA:
-    case 0xFB:
-    case 0xFC:
-    case 0xFE:
-    case 0xFF:
-      return 1;
-    default:
-      return 0;
-  }
-}
-
-std::uint8_t StatusFilterBit(std::uint8_t status) {
-  return static_cast<std::uint8_t>(1u << ((status >> 4) & 7));
-}
+using inputrecord::kTimestampBytes;
 
 // The timestamp as a number whose bytes in memory run most significant first, on a
 // little-endian machine.
 std::uint32_t BigEndianInMemory(std::uint32_t timestamp) {
   return timestamp >> 24 | (timestamp >> 8 & 0xFF00u) | (timestamp << 8 & 0xFF0000u) |
          timestamp << 24;
-}
-
-// Most significant byte first.
-void StoreTimestamp(std::uint8_t* bytes, std::uint32_t timestamp) {
-  bytes[0] = static_cast<std::uint8_t>(timestamp >> 24);
-  bytes[1] = static_cast<std::uint8_t>(timestamp >> 16);
-  bytes[2] = static_cast<std::uint8_t>(timestamp >> 8);
-  bytes[3] = static_cast<std::uint8_t>(timestamp);
 }
 
 }  // namespace
@@ -159,8 +102,13 @@ std::uint32_t TonvikBase::WriteBytes(std::uint32_t position, const std::uint8_t*
 
 std::uint32_t TonvikBase::WriteTimestamp(std::uint32_t position, std::uint32_t timestamp) {
   std::uint8_t bytes[kTimestampBytes];
-  StoreTimestamp(bytes, timestamp);
+  inputrecord::storeTimestamp(bytes, timestamp);
   return WriteBytes(position, bytes, kTimestampBytes);
+}
+
+bool TonvikBase::StatusFilterAdmits(std::uint8_t status) const {
+  return (statusFilter_[filterlayout::statusByteIndex(status)].load(std::memory_order_relaxed) &
+          filterlayout::statusBit(status)) != 0;
 }
 
 void TonvikBase::MarkOverflow() {
@@ -168,7 +116,7 @@ void TonvikBase::MarkOverflow() {
 }
 
 bool TonvikBase::HasShortRecordRoom(std::uint32_t start) const {
-  return FreeSpace(start) >= kShortRecordRoom;
+  return FreeSpace(start) >= inputrecord::kLongestShortRecord;
 }
 
 void TonvikBase::PublishShortRecord(std::uint32_t start, const std::uint8_t* bytes,
@@ -192,7 +140,7 @@ void TonvikBase::PublishShortRecord(std::uint32_t start, const std::uint8_t* byt
   } else {
     // Across the end, byte by byte: calls to memcpy would cost more than the copy.
     std::uint8_t stamp[kTimestampBytes];
-    StoreTimestamp(stamp, timestamp);
+    inputrecord::storeTimestamp(stamp, timestamp);
     end = start;
     const auto put = [&](std::uint8_t byte) {
       ring[end] = byte;
@@ -220,8 +168,8 @@ void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, st
   if (sysexInProgress_) {
     // A closing F7 in a packet of its own (a driver's last piece, or a cut into 256 + 1 bytes)
     // ends the message like any last chunk; its data bytes, if any, belong to nothing.
-    if (status == kSysexEnd) {
-      AppendSysexChunk(&kSysexEnd, 1, timestamp);
+    if (status == midi::kSysexEnd) {
+      AppendSysexChunk(&midi::kSysexEnd, 1, timestamp);
       return;
     }
     // Unsigned: a timer reset, which makes the time go backwards, counts as long after.
@@ -235,33 +183,20 @@ void TonvikBase::ReceiveShortMessage(std::uint8_t status, std::uint8_t data1, st
     return;
   }
 
-  const int channel = status & kChannelMask;
-  std::uint32_t length = 3;
-  if ((status & kStatusMask) == kControlChange && data1 >= kFirstChannelModeController) {
-    int bit;
-    if (data1 == kLocalControl) {
-      if (data2 == kLocalControlOffValue) {
-        bit = kLocalControlOffBit;
-      } else if (data2 == kLocalControlOnValue) {
-        bit = kLocalControlOnBit;
-      } else {
-        return;
-      }
-    } else {
-      bit = data1 - kFirstChannelModeController + 1;
-    }
-    if ((modeFilter_[channel].load(std::memory_order_relaxed) & (1u << bit)) == 0) return;
+  std::uint32_t length = midi::kLongestShortMessage;
+  if (midi::isChannelModeMessage(status, data1)) {
+    const std::uint8_t bit = filterlayout::modeBit(data1, data2);
+    if ((modeFilter_[midi::channelOf(status)].load(std::memory_order_relaxed) & bit) == 0) return;
   } else {
-    if ((status & kStatusMask) == kNoteOn && data2 == 0) status &= kNoteOnToNoteOff;
-    if ((statusFilter_[status & kChannelMask].load(std::memory_order_relaxed) &
-         StatusFilterBit(status)) == 0) {
-      return;
+    if (midi::kindOf(status) == midi::kNoteOn && data2 == 0) {
+      status = static_cast<std::uint8_t>(midi::kNoteOff | midi::channelOf(status));
     }
-    length = StoredLength(status);
+    if (!StatusFilterAdmits(status)) return;
+    length = inputrecord::storedLength(status);
     if (length == 0) return;
   }
 
-  const std::uint8_t bytes[3] = {status, data1, data2};
+  const std::uint8_t bytes[midi::kLongestShortMessage] = {status, data1, data2};
   if (sysexInProgress_) {
     // The unpublished system-exclusive bytes lie at the write position: wait behind them.
     if (heldMessageCount_ < kHeldMessageCapacity) {
@@ -300,14 +235,11 @@ void TonvikBase::ReceiveSysexStart(const std::uint8_t* bytes, std::uint32_t leng
     MarkOverflow();
     return;
   }
-  if ((statusFilter_[kSysexStart & kChannelMask].load(std::memory_order_relaxed) &
-       kSystemFilterBit) == 0) {
-    return;
-  }
+  if (!StatusFilterAdmits(midi::kSysexStart)) return;
   sysexTimestamp_ = timestamp;
   sysexLastChunkTime_ = timestamp;
   sysexWriteIndex_ = WriteBytes(start, bytes, length);
-  if (bytes[length - 1] == kSysexEnd) {
+  if (bytes[length - 1] == midi::kSysexEnd) {
     CompleteSysex();
   } else {
     sysexInProgress_ = true;
@@ -330,14 +262,14 @@ void TonvikBase::AppendSysexChunk(const std::uint8_t* bytes, std::uint32_t lengt
     return;
   }
   sysexWriteIndex_ = WriteBytes(sysexWriteIndex_, bytes, length);
-  if (bytes[length - 1] == kSysexEnd) CompleteSysex();
+  if (bytes[length - 1] == midi::kSysexEnd) CompleteSysex();
 }
 
 void TonvikBase::CompleteSysex() {
   const std::uint32_t start = inputWriteIndex_.load(std::memory_order_relaxed);
   const std::uint32_t finalEnd = Advance(sysexWriteIndex_, inputQueueSize_ - 1);
   // F0 F7 carries nothing for the script.
-  if (Advance(start, kEmptySysexLength) != sysexWriteIndex_) {
+  if (Advance(start, inputrecord::kEmptySysexLength) != sysexWriteIndex_) {
     ClearSysexEndMarks(start, finalEnd);
     SetSysexEndMark(finalEnd);
     const std::uint32_t end = WriteTimestamp(sysexWriteIndex_, sysexTimestamp_);

@@ -1,34 +1,15 @@
 // Turns queued records into the Lingo property lists that scripts receive.
+#include "InputRecord.h"
+#include "MidiBytes.h"
 #include "TonvikAssert.h"
 #include "TonvikBase.h"
 
 namespace {
 
-constexpr std::uint8_t kStatusMask = 0xF0;
-constexpr std::uint8_t kChannelMask = 0x0F;
-constexpr std::uint8_t kFirstStatus = 0x80;
-constexpr std::uint8_t kSysexStart = 0xF0;
-constexpr std::uint8_t kPitchBend = 0xE0;
-constexpr std::uint8_t kControlChange = 0xB0;
-constexpr std::uint8_t kSystem = 0xF0;
-constexpr std::uint8_t kQuarterFrame = 0xF1;
-constexpr std::uint8_t kSongPosition = 0xF2;
-constexpr std::uint8_t kSongSelect = 0xF3;
-constexpr std::uint8_t kQuarterFramePieceMask = 7;
-constexpr std::uint8_t kQuarterFrameValueMask = 0x0F;
-constexpr std::uint32_t kTimestampBytes = 4;
-constexpr int kDataBits = 7;
-constexpr std::int32_t kPitchBendCentre = 8192;
-
-constexpr std::uint8_t kFirstChannelModeController = 122;
-constexpr std::uint8_t kLocalControl = 122;
-constexpr std::uint8_t kAllNotesOff = 123;
-constexpr std::uint8_t kOmniModeOff = 124;
-constexpr std::uint8_t kOmniModeOn = 125;
-constexpr std::uint8_t kMonoModeOn = 126;
-constexpr std::uint8_t kPolyModeOn = 127;
-constexpr std::uint8_t kLocalControlOffValue = 0;
-constexpr std::uint8_t kLocalControlOnValue = 127;
+// Pitch bend and song position: least significant 7 bits first.
+std::int32_t FourteenBits(const std::uint8_t* data) {
+  return (data[1] << midi::kDataBits) | data[0];
+}
 
 }  // namespace
 
@@ -66,176 +47,171 @@ void TonvikBase::TakeMessage(LingoValue* message, std::uint32_t read, std::uint3
   bool recognised = false;
   std::uint32_t position = DecodeRecord(read, write, message, &recognised);
   if (recognised) {
-    std::uint32_t timestamp = 0;
-    for (std::uint32_t i = 0; i < kTimestampBytes; ++i) {
-      timestamp = (timestamp << 8) | ByteAt(position);
-      position = Advance(position, 1);
-    }
-    AppendIntegerProperty(message, &timestampValue_, static_cast<std::int32_t>(timestamp));
+    std::uint8_t stamp[inputrecord::kTimestampBytes];
+    position = ReadBytes(position, stamp, inputrecord::kTimestampBytes);
+    AppendIntegerProperty(message, &timestampValue_,
+                          static_cast<std::int32_t>(inputrecord::loadTimestamp(stamp)));
   } else {
     // Resynchronise on the next status byte; records of the receive path never come here.
-    while (position != write && ByteAt(position) < kFirstStatus) position = Advance(position, 1);
+    while (position != write && midi::isDataByte(ByteAt(position))) {
+      position = Advance(position, 1);
+    }
   }
   inputReadIndex_.store(position, std::memory_order_release);
 }
 
+std::uint32_t TonvikBase::ReadBytes(std::uint32_t position, std::uint8_t* bytes,
+                                    std::uint32_t count) const {
+  for (std::uint32_t i = 0; i < count; ++i) {
+    bytes[i] = ByteAt(position);
+    position = Advance(position, 1);
+  }
+  return position;
+}
+
 // Appends #type and the properties of the record at position; answers the position after its
-// data bytes. recognised is cleared when the bytes form no message.
+// MIDI bytes. recognised is cleared when the bytes form no message.
 std::uint32_t TonvikBase::DecodeRecord(std::uint32_t position, std::uint32_t end,
                                        LingoValue* message, bool* recognised) {
   const std::uint8_t status = ByteAt(position);
   position = Advance(position, 1);
-  *recognised = true;
-  if (status < kFirstStatus) {
-    *recognised = false;
-    return position;
+  if (status == midi::kSysexStart) {
+    *recognised = true;
+    return DecodeSysex(position, end, message);
   }
+  // The status byte says how many data bytes follow; a status byte never stored reads none.
+  const std::uint32_t length = inputrecord::storedLength(status);
+  std::uint8_t data[midi::kLongestShortMessage - 1] = {0, 0};
+  if (length > 1) position = ReadBytes(position, data, length - 1);
+  if (length == 0) {
+    *recognised = false;
+  } else if (midi::kindOf(status) == midi::kSystem) {
+    *recognised = AppendSystemMessage(status, data, message);
+  } else {
+    *recognised = AppendChannelMessage(status, data, message);
+  }
+  return position;
+}
 
-  const std::int32_t channel = (status & kChannelMask) + 1;
-  auto readByte = [&]() {
-    const std::uint8_t byte = ByteAt(position);
-    position = Advance(position, 1);
-    return byte;
-  };
-  auto appendType = [&](const LingoValue& type) {
-    listInterface_->AppendProperty(message, &typeValue_, &type);
-  };
+void TonvikBase::AppendType(LingoValue* message, const LingoValue& type) {
+  listInterface_->AppendProperty(message, &typeValue_, &type);
+}
 
-  // Channel messages of one or two data bytes: type, second key, third key (if any).
-  struct ChannelRow {
+bool TonvikBase::AppendChannelMessage(std::uint8_t status, const std::uint8_t* data,
+                                      LingoValue* message) {
+  if (midi::isChannelModeMessage(status, data[0])) {
+    return AppendChannelModeMessage(data[0], data[1], message);
+  }
+  // By kind, from note-off on: the type and the keys of the data bytes. Pitch bend's two bytes
+  // make one amount.
+  struct Layout {
     LingoValue TonvikBase::*type;
     LingoValue TonvikBase::*firstKey;
     LingoValue TonvikBase::*secondKey;
   };
-  static constexpr ChannelRow kChannelRows[] = {
+  static constexpr Layout kLayouts[] = {
       {&TonvikBase::noteOffValue_, &TonvikBase::numberValue_, &TonvikBase::velocityValue_},
       {&TonvikBase::noteOnValue_, &TonvikBase::numberValue_, &TonvikBase::velocityValue_},
       {&TonvikBase::polyKeyPressureValue_, &TonvikBase::numberValue_, &TonvikBase::pressureValue_},
-      {nullptr, nullptr, nullptr},  // control change, decoded apart
+      {&TonvikBase::controlChangeValue_, &TonvikBase::numberValue_, &TonvikBase::valueValue_},
       {&TonvikBase::programChangeValue_, &TonvikBase::numberValue_, nullptr},
       {&TonvikBase::channelPressureValue_, &TonvikBase::numberValue_, nullptr},
+      {&TonvikBase::pitchBendValue_, &TonvikBase::amountValue_, nullptr},
   };
-
-  const std::uint8_t kind = status & kStatusMask;
-  if (kind == kControlChange) return DecodeControlChange(position, status, message, recognised);
-  if (kind == kPitchBend) {
-    const std::uint8_t low = readByte();
-    const std::uint8_t high = readByte();
-    appendType(pitchBendValue_);
-    AppendIntegerProperty(message, &channelValue_, channel);
-    AppendIntegerProperty(message, &amountValue_, ((high << kDataBits) | low) - kPitchBendCentre);
-    return position;
+  const std::uint8_t kind = midi::kindOf(status);
+  const Layout& layout = kLayouts[(kind - midi::kNoteOff) >> 4];
+  AppendType(message, this->*layout.type);
+  AppendIntegerProperty(message, &channelValue_, midi::channelOf(status) + 1);
+  if (kind == midi::kPitchBend) {
+    AppendIntegerProperty(message, &amountValue_, FourteenBits(data) - midi::kPitchBendCentre);
+    return true;
   }
-  if (kind != kSystem) {
-    const ChannelRow& row = kChannelRows[(kind - kFirstStatus) >> 4];
-    const std::uint8_t data1 = readByte();
-    appendType(this->*row.type);
-    AppendIntegerProperty(message, &channelValue_, channel);
-    AppendIntegerProperty(message, &(this->*row.firstKey), data1);
-    if (row.secondKey != nullptr) {
-      AppendIntegerProperty(message, &(this->*row.secondKey), readByte());
-    }
-    return position;
+  AppendIntegerProperty(message, &(this->*layout.firstKey), data[0]);
+  if (layout.secondKey != nullptr) {
+    AppendIntegerProperty(message, &(this->*layout.secondKey), data[1]);
   }
-
-  switch (status) {
-    case kSysexStart:
-      return DecodeSysex(position, end, message);
-    case kQuarterFrame: {
-      const std::uint8_t data1 = readByte();
-      appendType(mtcQuarterFrameValue_);
-      AppendIntegerProperty(message, &subFrameValue_, (data1 >> 4) & kQuarterFramePieceMask);
-      AppendIntegerProperty(message, &dataValue_, data1 & kQuarterFrameValueMask);
-      return position;
-    }
-    case kSongPosition: {
-      const std::uint8_t low = readByte();
-      const std::uint8_t high = readByte();
-      appendType(songPositionPointerValue_);
-      AppendIntegerProperty(message, &positionValue_, (high << kDataBits) | low);
-      return position;
-    }
-    case kSongSelect: {
-      const std::uint8_t data1 = readByte();
-      appendType(songSelectValue_);
-      AppendIntegerProperty(message, &numberValue_, data1);
-      return position;
-    }
-    default:
-      break;
-  }
-
-  static constexpr struct {
-    std::uint8_t status;
-    LingoValue TonvikBase::*type;
-  } kStatusOnlyRows[] = {
-      {0xF6, &TonvikBase::tuneRequestValue_}, {0xF8, &TonvikBase::clockValue_},
-      {0xFA, &TonvikBase::startValue_},       {0xFB, &TonvikBase::continueValue_},
-      {0xFC, &TonvikBase::stopValue_},        {0xFE, &TonvikBase::activeSensingValue_},
-      {0xFF, &TonvikBase::systemResetValue_},
-  };
-  for (const auto& row : kStatusOnlyRows) {
-    if (row.status == status) {
-      appendType(this->*row.type);
-      return position;
-    }
-  }
-  *recognised = false;
-  return position;
+  return true;
 }
 
-std::uint32_t TonvikBase::DecodeControlChange(std::uint32_t position, std::uint8_t status,
-                                              LingoValue* message, bool* recognised) {
-  const std::uint8_t controller = ByteAt(position);
-  position = Advance(position, 1);
-  const std::uint8_t value = ByteAt(position);
-  position = Advance(position, 1);
-
+// Channel-mode messages carry no channel; only mono mode carries a value.
+bool TonvikBase::AppendChannelModeMessage(std::uint8_t controller, std::uint8_t value,
+                                          LingoValue* message) {
   const LingoValue* type = nullptr;
-  if (controller < kFirstChannelModeController) {
-    listInterface_->AppendProperty(message, &typeValue_, &controlChangeValue_);
-    AppendIntegerProperty(message, &channelValue_, (status & kChannelMask) + 1);
-    AppendIntegerProperty(message, &numberValue_, controller);
-    AppendIntegerProperty(message, &valueValue_, value);
-    return position;
-  }
   switch (controller) {
-    case kLocalControl:
-      if (value == kLocalControlOffValue) type = &localControlOffValue_;
-      if (value == kLocalControlOnValue) type = &localControlOnValue_;
+    case midi::kLocalControl:
+      if (value == midi::kLocalControlOffValue) type = &localControlOffValue_;
+      if (value == midi::kLocalControlOnValue) type = &localControlOnValue_;
       break;
-    case kAllNotesOff:
+    case midi::kAllNotesOff:
       type = &allNotesOffValue_;
       break;
-    case kOmniModeOff:
+    case midi::kOmniModeOff:
       type = &omniModeOffValue_;
       break;
-    case kOmniModeOn:
+    case midi::kOmniModeOn:
       type = &omniModeOnValue_;
       break;
-    case kMonoModeOn:
+    case midi::kMonoModeOn:
       type = &monoModeOnValue_;
       break;
-    case kPolyModeOn:
+    case midi::kPolyModeOn:
       type = &polyModeOnValue_;
       break;
     default:
       break;
   }
-  if (type == nullptr) {
-    *recognised = false;
-    return position;
+  if (type == nullptr) return false;
+  AppendType(message, *type);
+  if (controller == midi::kMonoModeOn) AppendIntegerProperty(message, &numChannelsValue_, value);
+  return true;
+}
+
+bool TonvikBase::AppendSystemMessage(std::uint8_t status, const std::uint8_t* data,
+                                     LingoValue* message) {
+  switch (status) {
+    case midi::kQuarterFrame:
+      AppendType(message, mtcQuarterFrameValue_);
+      AppendIntegerProperty(
+          message, &subFrameValue_,
+          (data[0] >> midi::kQuarterFramePieceShift) & midi::kQuarterFramePieceMaximum);
+      AppendIntegerProperty(message, &dataValue_, data[0] & midi::kQuarterFrameValueMask);
+      return true;
+    case midi::kSongPosition:
+      AppendType(message, songPositionPointerValue_);
+      AppendIntegerProperty(message, &positionValue_, FourteenBits(data));
+      return true;
+    case midi::kSongSelect:
+      AppendType(message, songSelectValue_);
+      AppendIntegerProperty(message, &numberValue_, data[0]);
+      return true;
+    default:
+      break;
   }
-  listInterface_->AppendProperty(message, &typeValue_, type);
-  if (controller == kMonoModeOn) AppendIntegerProperty(message, &numChannelsValue_, value);
-  return position;
+  static constexpr struct {
+    std::uint8_t status;
+    LingoValue TonvikBase::*type;
+  } kStatusOnly[] = {
+      {midi::kTuneRequest, &TonvikBase::tuneRequestValue_},
+      {midi::kClock, &TonvikBase::clockValue_},
+      {midi::kStart, &TonvikBase::startValue_},
+      {midi::kContinue, &TonvikBase::continueValue_},
+      {midi::kStop, &TonvikBase::stopValue_},
+      {midi::kActiveSensing, &TonvikBase::activeSensingValue_},
+      {midi::kSystemReset, &TonvikBase::systemResetValue_},
+  };
+  for (const auto& row : kStatusOnly) {
+    if (row.status != status) continue;
+    AppendType(message, this->*row.type);
+    return true;
+  }
+  return false;
 }
 
 // position is just after the 0xF0. The record's end mark, not the first 0xF7, ends #data, so a
 // record holding more than one message is reported whole and the queue stays in step.
 std::uint32_t TonvikBase::DecodeSysex(std::uint32_t position, std::uint32_t end,
                                       LingoValue* message) {
-  listInterface_->AppendProperty(message, &typeValue_, &systemExclusiveValue_);
+  AppendType(message, systemExclusiveValue_);
   AppendIntegerProperty(message, &manufacturerIdValue_, ByteAt(position));
   position = Advance(position, 1);
 

@@ -1,4 +1,5 @@
 // Reads a script's message list by position and hands its MIDI bytes to the platform.
+#include "MidiBytes.h"
 #include "TonvikBase.h"
 
 namespace {
@@ -10,18 +11,6 @@ constexpr std::int32_t kData2Position = 4;
 constexpr std::int32_t kSystemData1Position = 2;
 constexpr std::int32_t kSystemData2Position = 3;
 constexpr std::int32_t kSysexDataPosition = 3;
-
-constexpr std::int32_t kLowestChannel = 1;
-constexpr std::int32_t kHighestChannel = 16;
-constexpr std::int32_t kDataMaximum = 127;
-constexpr std::int32_t kQuarterFramePieceMaximum = 7;
-constexpr std::int32_t kQuarterFrameValueMaximum = 15;
-constexpr int kQuarterFramePieceShift = 4;
-constexpr std::uint32_t kFourteenBitMaximum = 16383;
-constexpr std::uint8_t kDataMask = 0x7F;
-constexpr int kDataBits = 7;
-constexpr std::int32_t kPitchBendOffset = 8192;
-constexpr std::uint8_t kMonoModeController = 126;
 
 }  // namespace
 
@@ -38,31 +27,39 @@ struct TonvikBase::SendRule {
 std::int32_t TonvikBase::SendMessage(const LingoValue* message) {
   // Matched top to bottom, in the order of the message table.
   static constexpr SendRule kRules[] = {
-      {&TonvikBase::noteOnSymbol_, SendLayout::Channel3, 0x90, 0, 0},
-      {&TonvikBase::noteOffSymbol_, SendLayout::Channel3, 0x80, 0, 0},
-      {&TonvikBase::polyKeyPressureSymbol_, SendLayout::Channel3, 0xA0, 0, 0},
-      {&TonvikBase::controlChangeSymbol_, SendLayout::Channel3, 0xB0, 0, 0},
-      {&TonvikBase::programChangeSymbol_, SendLayout::Channel2, 0xC0, 0, 0},
-      {&TonvikBase::channelPressureSymbol_, SendLayout::Channel2, 0xD0, 0, 0},
-      {&TonvikBase::pitchBendSymbol_, SendLayout::PitchBend, 0xE0, 0, 0},
-      {&TonvikBase::localControlOffSymbol_, SendLayout::ChannelMode, 0xB0, 122, 0},
-      {&TonvikBase::localControlOnSymbol_, SendLayout::ChannelMode, 0xB0, 122, 127},
-      {&TonvikBase::allNotesOffSymbol_, SendLayout::ChannelMode, 0xB0, 123, 0},
-      {&TonvikBase::omniModeOffSymbol_, SendLayout::ChannelMode, 0xB0, 124, 0},
-      {&TonvikBase::omniModeOnSymbol_, SendLayout::ChannelMode, 0xB0, 125, 0},
-      {&TonvikBase::monoModeOnSymbol_, SendLayout::MonoMode, 0xB0, kMonoModeController, 0},
-      {&TonvikBase::polyModeOnSymbol_, SendLayout::ChannelMode, 0xB0, 127, 0},
-      {&TonvikBase::clockSymbol_, SendLayout::Status, 0xF8, 0, 0},
-      {&TonvikBase::startSymbol_, SendLayout::Status, 0xFA, 0, 0},
-      {&TonvikBase::stopSymbol_, SendLayout::Status, 0xFC, 0, 0},
-      {&TonvikBase::continueSymbol_, SendLayout::Status, 0xFB, 0, 0},
-      {&TonvikBase::activeSensingSymbol_, SendLayout::Status, 0xFE, 0, 0},
-      {&TonvikBase::systemResetSymbol_, SendLayout::Status, 0xFF, 0, 0},
-      {&TonvikBase::mtcQuarterFrameSymbol_, SendLayout::QuarterFrame, 0xF1, 0, 0},
-      {&TonvikBase::songPositionPointerSymbol_, SendLayout::SongPosition, 0xF2, 0, 0},
-      {&TonvikBase::songSelectSymbol_, SendLayout::SongSelect, 0xF3, 0, 0},
-      {&TonvikBase::tuneRequestSymbol_, SendLayout::Status, 0xF6, 0, 0},
-      {&TonvikBase::systemExclusiveSymbol_, SendLayout::SystemExclusive, 0xF0, 0, 0},
+      {&TonvikBase::noteOnSymbol_, SendLayout::Channel3, midi::kNoteOn, 0, 0},
+      {&TonvikBase::noteOffSymbol_, SendLayout::Channel3, midi::kNoteOff, 0, 0},
+      {&TonvikBase::polyKeyPressureSymbol_, SendLayout::Channel3, midi::kPolyKeyPressure, 0, 0},
+      {&TonvikBase::controlChangeSymbol_, SendLayout::Channel3, midi::kControlChange, 0, 0},
+      {&TonvikBase::programChangeSymbol_, SendLayout::Channel2, midi::kProgramChange, 0, 0},
+      {&TonvikBase::channelPressureSymbol_, SendLayout::Channel2, midi::kChannelPressure, 0, 0},
+      {&TonvikBase::pitchBendSymbol_, SendLayout::PitchBend, midi::kPitchBend, 0, 0},
+      {&TonvikBase::localControlOffSymbol_, SendLayout::ChannelMode, midi::kControlChange,
+       midi::kLocalControl, midi::kLocalControlOffValue},
+      {&TonvikBase::localControlOnSymbol_, SendLayout::ChannelMode, midi::kControlChange,
+       midi::kLocalControl, midi::kLocalControlOnValue},
+      {&TonvikBase::allNotesOffSymbol_, SendLayout::ChannelMode, midi::kControlChange,
+       midi::kAllNotesOff, 0},
+      {&TonvikBase::omniModeOffSymbol_, SendLayout::ChannelMode, midi::kControlChange,
+       midi::kOmniModeOff, 0},
+      {&TonvikBase::omniModeOnSymbol_, SendLayout::ChannelMode, midi::kControlChange,
+       midi::kOmniModeOn, 0},
+      {&TonvikBase::monoModeOnSymbol_, SendLayout::MonoMode, midi::kControlChange,
+       midi::kMonoModeOn, 0},
+      {&TonvikBase::polyModeOnSymbol_, SendLayout::ChannelMode, midi::kControlChange,
+       midi::kPolyModeOn, 0},
+      {&TonvikBase::clockSymbol_, SendLayout::Status, midi::kClock, 0, 0},
+      {&TonvikBase::startSymbol_, SendLayout::Status, midi::kStart, 0, 0},
+      {&TonvikBase::stopSymbol_, SendLayout::Status, midi::kStop, 0, 0},
+      {&TonvikBase::continueSymbol_, SendLayout::Status, midi::kContinue, 0, 0},
+      {&TonvikBase::activeSensingSymbol_, SendLayout::Status, midi::kActiveSensing, 0, 0},
+      {&TonvikBase::systemResetSymbol_, SendLayout::Status, midi::kSystemReset, 0, 0},
+      {&TonvikBase::mtcQuarterFrameSymbol_, SendLayout::QuarterFrame, midi::kQuarterFrame, 0, 0},
+      {&TonvikBase::songPositionPointerSymbol_, SendLayout::SongPosition, midi::kSongPosition, 0,
+       0},
+      {&TonvikBase::songSelectSymbol_, SendLayout::SongSelect, midi::kSongSelect, 0, 0},
+      {&TonvikBase::tuneRequestSymbol_, SendLayout::Status, midi::kTuneRequest, 0, 0},
+      {&TonvikBase::systemExclusiveSymbol_, SendLayout::SystemExclusive, midi::kSysexStart, 0, 0},
   };
 
   if (!outputOpen_) return kErrOutputNotOpen;
@@ -87,7 +84,7 @@ std::int32_t TonvikBase::SendByRule(const SendRule& rule, const LingoValue* mess
   std::uint8_t data1 = rule.data1;
   std::uint8_t data2 = rule.data2;
   std::int32_t result = kErrNone;
-  std::int32_t length = 3;
+  std::int32_t length = midi::kLongestShortMessage;
 
   switch (rule.layout) {
     case SendLayout::Channel3:
@@ -100,7 +97,7 @@ std::int32_t TonvikBase::SendByRule(const SendRule& rule, const LingoValue* mess
     case SendLayout::PitchBend:
       result = UnpackChannel(message, &status);
       if (result == kErrNone) {
-        result = Get14BitProperty(message, kData1Position, kPitchBendOffset, &data1, &data2);
+        result = Get14BitProperty(message, kData1Position, midi::kPitchBendCentre, &data1, &data2);
       }
       break;
     case SendLayout::ChannelMode:
@@ -109,7 +106,7 @@ std::int32_t TonvikBase::SendByRule(const SendRule& rule, const LingoValue* mess
     case SendLayout::MonoMode:
       result = UnpackChannel(message, &status);
       if (result == kErrNone) {
-        result = GetIntegerProperty(message, kData1Position, 0, kDataMaximum, &data2);
+        result = GetIntegerProperty(message, kData1Position, 0, midi::kDataMaximum, &data2);
       }
       break;
     case SendLayout::Status:
@@ -118,13 +115,13 @@ std::int32_t TonvikBase::SendByRule(const SendRule& rule, const LingoValue* mess
     case SendLayout::QuarterFrame: {
       std::uint8_t piece = 0;
       std::uint8_t value = 0;
-      result =
-          GetIntegerProperty(message, kSystemData1Position, 0, kQuarterFramePieceMaximum, &piece);
+      result = GetIntegerProperty(message, kSystemData1Position, 0, midi::kQuarterFramePieceMaximum,
+                                  &piece);
       if (result == kErrNone) {
-        result =
-            GetIntegerProperty(message, kSystemData2Position, 0, kQuarterFrameValueMaximum, &value);
+        result = GetIntegerProperty(message, kSystemData2Position, 0,
+                                    midi::kQuarterFrameValueMaximum, &value);
       }
-      data1 = static_cast<std::uint8_t>((piece << kQuarterFramePieceShift) | value);
+      data1 = static_cast<std::uint8_t>((piece << midi::kQuarterFramePieceShift) | value);
       length = 2;
       break;
     }
@@ -132,7 +129,7 @@ std::int32_t TonvikBase::SendByRule(const SendRule& rule, const LingoValue* mess
       result = Get14BitProperty(message, kSystemData1Position, 0, &data1, &data2);
       break;
     case SendLayout::SongSelect:
-      result = GetIntegerProperty(message, kSystemData1Position, 0, kDataMaximum, &data1);
+      result = GetIntegerProperty(message, kSystemData1Position, 0, midi::kDataMaximum, &data1);
       length = 2;
       break;
     case SendLayout::SystemExclusive:
@@ -173,18 +170,18 @@ std::int32_t TonvikBase::Get14BitProperty(const LingoValue* message, std::int32_
   if (read != kErrNone) return read;
   // Unsigned, so that values below -offset wrap far above the maximum instead of overflowing.
   const std::uint32_t sum = static_cast<std::uint32_t>(number) + static_cast<std::uint32_t>(offset);
-  if (sum > kFourteenBitMaximum) return kErrPropertyOutOfRange;
-  *low = static_cast<std::uint8_t>(sum & kDataMask);
-  *high = static_cast<std::uint8_t>((sum >> kDataBits) & kDataMask);
+  if (sum > midi::kFourteenBitMaximum) return kErrPropertyOutOfRange;
+  *low = static_cast<std::uint8_t>(sum & midi::kDataMask);
+  *high = static_cast<std::uint8_t>((sum >> midi::kDataBits) & midi::kDataMask);
   return kErrNone;
 }
 
 std::int32_t TonvikBase::UnpackChannel(const LingoValue* message, std::uint8_t* status) {
   std::uint8_t channel = 0;
   const std::int32_t result =
-      GetIntegerProperty(message, kChannelPosition, kLowestChannel, kHighestChannel, &channel);
+      GetIntegerProperty(message, kChannelPosition, kFirstChannel, kLastChannel, &channel);
   if (result != kErrNone) return result;
-  *status = static_cast<std::uint8_t>(*status | (channel - kLowestChannel));
+  *status = static_cast<std::uint8_t>(*status | (channel - kFirstChannel));
   return kErrNone;
 }
 
@@ -192,20 +189,20 @@ std::int32_t TonvikBase::UnpackChannelData1(const LingoValue* message, std::uint
                                             std::uint8_t* data1) {
   const std::int32_t result = UnpackChannel(message, status);
   if (result != kErrNone) return result;
-  return GetIntegerProperty(message, kData1Position, 0, kDataMaximum, data1);
+  return GetIntegerProperty(message, kData1Position, 0, midi::kDataMaximum, data1);
 }
 
 std::int32_t TonvikBase::UnpackChannelData1Data2(const LingoValue* message, std::uint8_t* status,
                                                  std::uint8_t* data1, std::uint8_t* data2) {
   const std::int32_t result = UnpackChannelData1(message, status, data1);
   if (result != kErrNone) return result;
-  return GetIntegerProperty(message, kData2Position, 0, kDataMaximum, data2);
+  return GetIntegerProperty(message, kData2Position, 0, midi::kDataMaximum, data2);
 }
 
 std::int32_t TonvikBase::UnpackSysex(const LingoValue* message) {
   std::uint8_t manufacturerId = 0;
   const std::int32_t idResult =
-      GetIntegerProperty(message, kSystemData1Position, 0, kDataMaximum, &manufacturerId);
+      GetIntegerProperty(message, kSystemData1Position, 0, midi::kDataMaximum, &manufacturerId);
   if (idResult != kErrNone) return idResult;
 
   LingoValue data;

@@ -1,7 +1,5 @@
 #include "XtraClassTable.h"
 
-#include <iterator>
-
 #include "CMIDIXtraRegister.h"
 #include "CMIDIXtraScript.h"
 #include "MoaRegistry.h"
@@ -11,17 +9,6 @@ const HostInterfaceId kRegistrationClassId{{0x546f6e76u, 0x696b0001u, 0x52656769
 const HostInterfaceId kScriptingClassId{{0x546f6e76u, 0x696b0002u, 0x53637269u, 0x70740000u}};
 
 namespace {
-
-struct XtraClass {
-  const HostInterfaceId* classId;
-  std::uint32_t classVersion;
-  std::uint32_t objectSize;
-  XtraObjectCreate create;
-  XtraObjectDestroy destroy;
-  const HostInterfaceId* interfaceId;
-  std::uint32_t interfaceVersion;
-  XtraRecordCreate createRecord;
-};
 
 const XtraClass kClassTable[] = {
     {&kRegistrationClassId, kXtraClassVersion, sizeof(CMIDIXtraRegister), CMIDIXtraRegister_Create,
@@ -34,18 +21,6 @@ const XtraClass kClassTable[] = {
 
 }  // namespace
 
-void walkClassTable(const HostInterfaceId* classId, XtraClassVisitor classVisitor,
-                    XtraInterfaceVisitor interfaceVisitor, void* context) {
-  for (const XtraClass& entry : kClassTable) {
-    if (classId != nullptr && !(*classId == *entry.classId)) continue;
-    if (classVisitor != nullptr && classVisitor(entry.classId, entry.classVersion, entry.objectSize,
-                                                entry.create, entry.destroy, context)) {
-      return;
-    }
-    if (interfaceVisitor != nullptr &&
-        interfaceVisitor(entry.classId, entry.classVersion, entry.interfaceId,
-                         entry.interfaceVersion, entry.createRecord, context)) {
-      return;
-    }
-  }
+std::span<const XtraClass> xtraClasses() {
+  return kClassTable;
 }

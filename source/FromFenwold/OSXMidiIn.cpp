@@ -6,6 +6,7 @@
 #include <string>
 
 #include "CoreMidiApi.h"
+#include "MidiBytes.h"
 #include "MidiConsumer.h"
 #include "OSXMidiUtils.h"
 #include "TimeSource.h"
@@ -14,13 +15,6 @@
 namespace {
 
 constexpr const char* kInputPortName = "Fenwold Input";
-constexpr std::uint8_t kSysexStart = 0xF0;
-constexpr std::uint8_t kFirstStatusByte = 0x80;
-constexpr std::uint32_t kMaxShortMessageLength = 3;
-
-bool isDataByte(std::uint8_t byte) {
-  return byte < kFirstStatusByte;
-}
 
 }  // namespace
 
@@ -68,43 +62,12 @@ class OSXMidiIn::State {
 
 bool OSXMidiIn::State::createInputPort() {
   TONVIK_ASSERT(!inputPort_);
-  const bool verbose = verbose_.load(std::memory_order_relaxed);
-  midiClient_ = fwAcquireMidiClient();
-  if (midiClient_ == 0) {
-    if (verbose)
-      std::fprintf(stderr, "ERROR: [CreateInputPort] Return from fwAcquireMidiClient was 0.\n");
-    return false;
-  }
-  CFStringRef name =
-      CFStringCreateWithCString(kCFAllocatorDefault, portName_.c_str(), kCFStringEncodingASCII);
-  const OSStatus status =
-      MIDIInputPortCreate(midiClient_, name, &State::MIDIReceiveFunc, this, &inputPort_);
-  CFRelease(name);
-  if (status == 0 && inputPort_ != 0) {
-    if (verbose)
-      std::fprintf(stderr, "INFO: [CreateInputPort] Input port \"%s\" created.\n",
-                   portName_.c_str());
-    return true;
-  }
-  inputPort_ = 0;
-  fwReleaseMidiClient(midiClient_);
-  midiClient_ = 0;
-  if (verbose)
-    std::fprintf(stderr, "ERROR: [CreateInputPort] Return from MIDIInputPortCreate was %i.\n",
-                 static_cast<int>(status));
-  return false;
+  return fwCreateMidiPort(portName_, &State::MIDIReceiveFunc, this,
+                          verbose_.load(std::memory_order_relaxed), midiClient_, inputPort_);
 }
 
 void OSXMidiIn::State::disposeInputPort() {
-  OSStatus status = 0;
-  if (inputPort_ != 0) status = MIDIPortDispose(inputPort_);
-  if (verbose_.load(std::memory_order_relaxed)) {
-    std::fprintf(stderr, "INFO: Error status on Port disposal: Port: %d.\n",
-                 static_cast<int>(status));
-  }
-  inputPort_ = 0;
-  fwReleaseMidiClient(midiClient_);
-  midiClient_ = 0;
+  fwDisposeMidiPort(verbose_.load(std::memory_order_relaxed), midiClient_, inputPort_);
 }
 
 bool OSXMidiIn::State::start(MidiConsumer* consumer, TimeSource* timeSource) {
@@ -166,9 +129,9 @@ void OSXMidiIn::State::receive(const MIDIPacketList& packetList) {
     // CoreMIDI never delivers an empty packet; one that arrives anyway has no first byte to read.
     if (packet->length == 0) continue;
     const std::uint8_t first = packet->data[0];
-    if (first == kSysexStart) {
+    if (first == midi::kSysexStart) {
       consumer->processSysexStart(timeSeconds, packet->data, packet->length);
-    } else if (isDataByte(first)) {
+    } else if (midi::isDataByte(first)) {
       consumer->processSysexContinuation(packet->data, packet->length);
     } else {
       walkShortMessages(timeSeconds, packet->data, packet->length, consumer, verbose);
@@ -183,7 +146,7 @@ void OSXMidiIn::State::walkShortMessages(double timeSeconds, const std::uint8_t*
   while (true) {
     const std::uint32_t n = shortMessageLength(bytes, remaining, verbose);
     if (n == 0) return;
-    if (n <= kMaxShortMessageLength) {
+    if (n <= midi::kLongestShortMessage) {
       consumer->processShortMessage(timeSeconds, bytes[0], n >= 2 ? bytes[1] : 0,
                                     n == 3 ? bytes[2] : 0);
     } else if (verbose) {
@@ -201,10 +164,10 @@ void OSXMidiIn::State::walkShortMessages(double timeSeconds, const std::uint8_t*
 // length is not taken from the status, so running status is never expanded.
 std::uint32_t OSXMidiIn::State::shortMessageLength(const std::uint8_t* bytes,
                                                    std::uint32_t remaining, bool verbose) {
-  if (remaining == 0 || isDataByte(bytes[0])) return 0;
+  if (remaining == 0 || midi::isDataByte(bytes[0])) return 0;
   if (verbose) std::fprintf(stderr, "length: %d\n", static_cast<int>(remaining));
   std::uint32_t n = 1;
-  while (n < remaining && isDataByte(bytes[n])) ++n;
+  while (n < remaining && midi::isDataByte(bytes[n])) ++n;
   return n;
 }
 

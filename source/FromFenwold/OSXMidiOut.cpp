@@ -57,42 +57,11 @@ class OSXMidiOut::State {
 
 bool OSXMidiOut::State::createOutputPort() {
   TONVIK_ASSERT(!outputPort_);
-  midiClient_ = fwAcquireMidiClient();
-  if (midiClient_ == 0) {
-    if (verbose_)
-      std::fprintf(stderr, "ERROR: [CreateOutputPort] Return from fwAcquireMidiClient was 0.\n");
-    return false;
-  }
-  CFStringRef name =
-      CFStringCreateWithCString(kCFAllocatorDefault, portName_.c_str(), kCFStringEncodingASCII);
-  const OSStatus status = MIDIOutputPortCreate(midiClient_, name, &outputPort_);
-  CFRelease(name);
-  if (status == 0 && outputPort_ != 0) {
-    if (verbose_)
-      std::fprintf(stderr, "INFO: [CreateOutputPort] Output port \"%s\" created.\n",
-                   portName_.c_str());
-    return true;
-  }
-  outputPort_ = 0;
-  fwReleaseMidiClient(midiClient_);
-  midiClient_ = 0;
-  if (verbose_)
-    std::fprintf(stderr, "ERROR: [CreateOutputPort] Return from MIDIOutputPortCreate was %i.\n",
-                 static_cast<int>(status));
-  return false;
+  return fwCreateMidiPort(portName_, nullptr, nullptr, verbose_, midiClient_, outputPort_);
 }
 
 void OSXMidiOut::State::disposeOutputPort() {
-  OSStatus status = 0;
-  if (outputPort_ != 0) {
-    status = MIDIPortDispose(outputPort_);
-    outputPort_ = 0;
-  }
-  if (verbose_)
-    std::fprintf(stderr, "INFO: Error status on Port disposal: Port: %d.\n",
-                 static_cast<int>(status));
-  fwReleaseMidiClient(midiClient_);
-  midiClient_ = 0;
+  fwDisposeMidiPort(verbose_, midiClient_, outputPort_);
 }
 
 bool OSXMidiOut::State::start() {

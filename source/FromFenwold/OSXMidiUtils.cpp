@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <unordered_map>
+#include <utility>
 
 #include "CFString.h"
 #include "IntToString.h"
@@ -29,16 +32,33 @@ constexpr std::uint32_t kNeverBuilt = std::numeric_limits<std::uint32_t>::max();
 MidiEndpointDirectory sourceDirectory_{kNeverBuilt, {}, {}, {}};
 MidiEndpointDirectory destinationDirectory_{kNeverBuilt, {}, {}, {}};
 
-// Marks `name` and every equal one of `earlier` as duplicates; `name` is numbered by how many
-// earlier members of its group it equals.
-void markDuplicates(DisambiguatedName& name, const std::vector<DisambiguatedName*>& earlier) {
-  std::int32_t count = 0;
-  for (DisambiguatedName* other : earlier) {
-    if (other->text != name.text) continue;
-    other->isDuplicate = true;
-    name.isDuplicate = true;
-    name.duplicateIndex = ++count;
+// Numbers a group of names: each by how many earlier members of the group have equal text, and
+// every member of a set of equal texts is marked a duplicate. Sorted, so that a thousand names
+// cost n log n comparisons rather than n squared; the stable sort keeps equal texts in group
+// order.
+void numberDuplicates(std::vector<DisambiguatedName*> group) {
+  std::stable_sort(
+      group.begin(), group.end(),
+      [](const DisambiguatedName* a, const DisambiguatedName* b) { return a->text < b->text; });
+  for (std::size_t first = 0; first < group.size();) {
+    std::size_t end = first + 1;
+    while (end < group.size() && group[end]->text == group[first]->text) ++end;
+    for (std::size_t i = first; i < end; ++i) {
+      group[i]->isDuplicate = end - first > 1;
+      group[i]->duplicateIndex = static_cast<std::int32_t>(i - first);
+    }
+    first = end;
   }
+}
+
+// The same for one name of each record of a vector.
+template <typename Record>
+void numberDuplicates(std::vector<Record>& records, DisambiguatedName Record::*name) {
+  if (records.size() < 2) return;  // a fresh name is numbered already: no duplicate, index 0
+  std::vector<DisambiguatedName*> group;
+  group.reserve(records.size());
+  for (Record& record : records) group.push_back(&(record.*name));
+  numberDuplicates(std::move(group));
 }
 
 ItemCount endpointCountOf(MIDIEntityRef entity, Direction direction) {
@@ -51,116 +71,125 @@ MIDIEndpointRef endpointOf(MIDIEntityRef entity, ItemCount index, Direction dire
                                          : MIDIEntityGetDestination(entity, index);
 }
 
-void loadDevice(DeviceRecord& device, Direction direction) {
-  device.name.text = midiObjectName(device.device);
-  std::vector<DisambiguatedName*> earlierEntities;
-  const ItemCount entityCount = MIDIDeviceGetNumberOfEntities(device.device);
-  for (ItemCount i = 0; i < entityCount; ++i) {
-    const MIDIEntityRef entity = MIDIDeviceGetEntity(device.device, i);
-    if (entity == 0) continue;
-    EntityRecord record;
-    record.entity = entity;
-    record.name.text = midiObjectName(entity);
-    markDuplicates(record.name, earlierEntities);
-    device.entities.push_back(std::move(record));
-    // Names of records already appended: point into the vector only once it stops growing.
-    earlierEntities.clear();
-    for (EntityRecord& appended : device.entities) earlierEntities.push_back(&appended.name);
-  }
-  // Every entity record exists now, so pointers to them stay valid.
-  for (EntityRecord& entity : device.entities) {
-    const ItemCount endpointCount = endpointCountOf(entity.entity, direction);
+// Fills one directory from the MIDI system. Devices and the endpoints of loaded devices are
+// found through indices by reference, so that each endpoint costs the same however many there
+// are.
+class DirectoryBuilder {
+ public:
+  DirectoryBuilder(MidiEndpointDirectory& directory, Direction direction)
+      : directory_(directory), direction_(direction) {}
+
+  void build() {
+    addDevices();
+    const bool sources = direction_ == Direction::Sources;
+    const ItemCount endpointCount =
+        sources ? MIDIGetNumberOfSources() : MIDIGetNumberOfDestinations();
+    endpointsByRef_.reserve(endpointCount);
     for (ItemCount i = 0; i < endpointCount; ++i) {
-      const MIDIEndpointRef endpoint = endpointOf(entity.entity, i, direction);
+      const MIDIEndpointRef endpoint = sources ? MIDIGetSource(i) : MIDIGetDestination(i);
+      if (endpoint != 0) addEndpoint(endpoint);
+    }
+    std::vector<DisambiguatedName*> deviceNames;
+    for (DeviceRecord& device : directory_.devices) {
+      if (device.isLoaded) deviceNames.push_back(&device.name);
+    }
+    numberDuplicates(std::move(deviceNames));
+  }
+
+ private:
+  // Every device record first: endpoint records point at them.
+  void addDevices() {
+    const ItemCount deviceCount = MIDIGetNumberOfDevices();
+    for (ItemCount i = 0; i < deviceCount; ++i) {
+      const MIDIDeviceRef device = MIDIGetDevice(i);
+      if (device == 0) continue;
+      DeviceRecord record;
+      record.device = device;
+      directory_.devices.push_back(std::move(record));
+    }
+    // The vector is complete, so pointers into it hold; the first of equal references wins.
+    devicesByRef_.reserve(directory_.devices.size());
+    for (DeviceRecord& record : directory_.devices) devicesByRef_.emplace(record.device, &record);
+  }
+
+  // An endpoint with an entity is reached through its device's records; one without gets a
+  // record of its own.
+  void addEndpoint(MIDIEndpointRef endpoint) {
+    MIDIEntityRef entity = 0;
+    if (MIDIEndpointGetEntity(endpoint, &entity) == noErr && entity != 0) {
+      MIDIDeviceRef device = 0;
+      if (MIDIEntityGetDevice(entity, &device) != noErr || device == 0) return;
+      const auto found = devicesByRef_.find(device);
+      if (found == devicesByRef_.end()) return;
+      DeviceRecord& deviceRecord = *found->second;
+      if (!deviceRecord.isLoaded) {
+        loadDevice(deviceRecord);
+        deviceRecord.isLoaded = true;
+      }
+      if (EndpointRecord* record = loadedEndpoint(entity, endpoint)) {
+        directory_.endpoints.push_back(record);
+      }
+      return;
+    }
+    auto record = std::make_unique<EndpointRecord>();
+    record->endpoint = endpoint;
+    record->name.text = midiObjectName(endpoint);
+    record->shortName.text = record->name.text;
+    directory_.endpoints.push_back(record.get());
+    directory_.unattachedEndpoints.push_back(std::move(record));
+  }
+
+  void loadDevice(DeviceRecord& device) {
+    device.name.text = midiObjectName(device.device);
+    const ItemCount entityCount = MIDIDeviceGetNumberOfEntities(device.device);
+    for (ItemCount i = 0; i < entityCount; ++i) {
+      const MIDIEntityRef entity = MIDIDeviceGetEntity(device.device, i);
+      if (entity == 0) continue;
+      EntityRecord& record = device.entities.emplace_back();
+      record.entity = entity;
+      record.name.text = midiObjectName(entity);
+    }
+    numberDuplicates(device.entities, &EntityRecord::name);
+    // Every entity record exists now, so pointers to them stay valid.
+    for (EntityRecord& entity : device.entities) loadEndpoints(device, entity);
+  }
+
+  void loadEndpoints(DeviceRecord& device, EntityRecord& entity) {
+    const ItemCount endpointCount = endpointCountOf(entity.entity, direction_);
+    for (ItemCount i = 0; i < endpointCount; ++i) {
+      const MIDIEndpointRef endpoint = endpointOf(entity.entity, i, direction_);
       if (endpoint == 0) continue;
-      EndpointRecord record;
+      EndpointRecord& record = entity.endpoints.emplace_back();
       record.device = &device;
       record.entity = &entity;
       record.endpoint = endpoint;
       record.name.text = midiObjectName(endpoint);
-      std::vector<DisambiguatedName*> earlier;
-      for (EndpointRecord& appended : entity.endpoints) earlier.push_back(&appended.name);
-      markDuplicates(record.name, earlier);
-      entity.endpoints.push_back(std::move(record));
+    }
+    numberDuplicates(entity.endpoints, &EndpointRecord::name);
+    for (EndpointRecord& record : entity.endpoints) {
+      endpointsByRef_.emplace(record.endpoint, &record);
     }
   }
-}
 
-DeviceRecord* findDevice(MidiEndpointDirectory& directory, MIDIDeviceRef device) {
-  for (DeviceRecord& record : directory.devices) {
-    if (record.device == device) return &record;
+  // The record of a loaded device's endpoint, if it lies in the entity the system names for it.
+  EndpointRecord* loadedEndpoint(MIDIEntityRef entity, MIDIEndpointRef endpoint) const {
+    const auto found = endpointsByRef_.find(endpoint);
+    if (found == endpointsByRef_.end() || found->second->entity->entity != entity) return nullptr;
+    return found->second;
   }
-  return nullptr;
-}
 
-EndpointRecord* findEndpoint(DeviceRecord& device, MIDIEntityRef entity, MIDIEndpointRef endpoint) {
-  for (EntityRecord& entityRecord : device.entities) {
-    if (entityRecord.entity != entity) continue;
-    for (EndpointRecord& record : entityRecord.endpoints) {
-      if (record.endpoint == endpoint) return &record;
-    }
-    return nullptr;
-  }
-  return nullptr;
-}
-
-// An endpoint with an entity is reached through its device's records; one without gets a record
-// of its own.
-void addEndpoint(MidiEndpointDirectory& directory, MIDIEndpointRef endpoint, Direction direction) {
-  MIDIEntityRef entity = 0;
-  if (MIDIEndpointGetEntity(endpoint, &entity) == noErr && entity != 0) {
-    MIDIDeviceRef device = 0;
-    if (MIDIEntityGetDevice(entity, &device) != noErr || device == 0) return;
-    DeviceRecord* deviceRecord = findDevice(directory, device);
-    if (!deviceRecord) return;
-    if (!deviceRecord->isLoaded) {
-      loadDevice(*deviceRecord, direction);
-      deviceRecord->isLoaded = true;
-    }
-    if (EndpointRecord* record = findEndpoint(*deviceRecord, entity, endpoint)) {
-      directory.endpoints.push_back(record);
-    }
-    return;
-  }
-  auto record = std::make_unique<EndpointRecord>();
-  record->endpoint = endpoint;
-  record->name.text = midiObjectName(endpoint);
-  record->shortName.text = record->name.text;
-  directory.endpoints.push_back(record.get());
-  directory.unattachedEndpoints.push_back(std::move(record));
-}
-
-void buildDirectory(MidiEndpointDirectory& directory, Direction direction) {
-  // Every device record first: endpoint records point at them.
-  const ItemCount deviceCount = MIDIGetNumberOfDevices();
-  for (ItemCount i = 0; i < deviceCount; ++i) {
-    const MIDIDeviceRef device = MIDIGetDevice(i);
-    if (device == 0) continue;
-    DeviceRecord record;
-    record.device = device;
-    directory.devices.push_back(std::move(record));
-  }
-  const bool sources = direction == Direction::Sources;
-  const ItemCount endpointCount =
-      sources ? MIDIGetNumberOfSources() : MIDIGetNumberOfDestinations();
-  for (ItemCount i = 0; i < endpointCount; ++i) {
-    const MIDIEndpointRef endpoint = sources ? MIDIGetSource(i) : MIDIGetDestination(i);
-    if (endpoint != 0) addEndpoint(directory, endpoint, direction);
-  }
-  std::vector<DisambiguatedName*> earlierDevices;
-  for (DeviceRecord& device : directory.devices) {
-    if (!device.isLoaded) continue;
-    markDuplicates(device.name, earlierDevices);
-    earlierDevices.push_back(&device.name);
-  }
-}
+  MidiEndpointDirectory& directory_;
+  const Direction direction_;
+  std::unordered_map<MIDIDeviceRef, DeviceRecord*> devicesByRef_;
+  std::unordered_map<MIDIEndpointRef, EndpointRecord*> endpointsByRef_;
+};
 
 // The endpoint's name without its device's name in front; unique within the device by suffix.
 void assignShortNames(MidiEndpointDirectory& directory) {
   for (DeviceRecord& device : directory.devices) {
     if (!device.isLoaded) continue;
     const std::string& deviceName = device.name.text;
-    std::vector<DisambiguatedName*> earlier;
+    std::vector<DisambiguatedName*> shortNames;
     for (EntityRecord& entity : device.entities) {
       for (EndpointRecord& record : entity.endpoints) {
         std::string name = !record.name.text.empty() ? record.name.text : entity.name.text;
@@ -169,12 +198,11 @@ void assignShortNames(MidiEndpointDirectory& directory) {
           if (cut < name.size() && std::isspace(static_cast<unsigned char>(name[cut]))) ++cut;
           name.erase(0, cut);
         }
-        record.shortName.text = name;
-        record.shortName.duplicateIndex = 0;
-        markDuplicates(record.shortName, earlier);
-        earlier.push_back(&record.shortName);
+        record.shortName.text = std::move(name);
+        shortNames.push_back(&record.shortName);
       }
     }
+    numberDuplicates(std::move(shortNames));
   }
 }
 
@@ -199,15 +227,15 @@ std::string displayNameOf(const EndpointRecord& record) {
   return numberedDeviceName + kDisplayNameSeparator + shortName;
 }
 
-// Names as scripts see them: unique over the whole list, equal ones numbered from (1).
+// Names as scripts see them: unique over the whole list, equal ones numbered from (1). The
+// numbering compares the texts before any suffix is added.
 void assignDisplayNames(MidiEndpointDirectory& directory) {
-  std::vector<DisambiguatedName*> earlier;
+  std::vector<DisambiguatedName*> displayNames;
   for (EndpointRecord* record : directory.endpoints) {
     record->displayName.text = displayNameOf(*record);
-    record->displayName.duplicateIndex = 0;
-    markDuplicates(record->displayName, earlier);
-    earlier.push_back(&record->displayName);
+    displayNames.push_back(&record->displayName);
   }
+  numberDuplicates(std::move(displayNames));
   for (EndpointRecord* record : directory.endpoints) {
     if (record->displayName.isDuplicate) {
       record->displayName.text += duplicateSuffix(record->displayName.duplicateIndex);
@@ -220,7 +248,7 @@ void refreshDirectory(MidiEndpointDirectory& directory, Direction direction) {
   directory.unattachedEndpoints.clear();
   directory.devices.clear();
   directory.endpoints.clear();
-  buildDirectory(directory, direction);
+  DirectoryBuilder(directory, direction).build();
   assignShortNames(directory);
   assignDisplayNames(directory);
   directory.builtAtChangeCount = deviceConfigurationChangeCount_;
@@ -288,6 +316,52 @@ void fwReleaseMidiClient(MIDIClientRef client) {
     MIDIClientDispose(client);
     globalMidiClient_ = 0;
   }
+}
+
+bool fwCreateMidiPort(const std::string& portName, MIDIReadProc readProc, void* refCon,
+                      bool verbose, MIDIClientRef& client, MIDIPortRef& port) {
+  const bool isInput = readProc != nullptr;
+  const char* operation = isInput ? "CreateInputPort" : "CreateOutputPort";
+  client = fwAcquireMidiClient();
+  if (client == 0) {
+    if (verbose) {
+      std::fprintf(stderr, "ERROR: [%s] Return from fwAcquireMidiClient was 0.\n", operation);
+    }
+    return false;
+  }
+  CFStringRef name =
+      CFStringCreateWithCString(kCFAllocatorDefault, portName.c_str(), kCFStringEncodingASCII);
+  const OSStatus status = isInput ? MIDIInputPortCreate(client, name, readProc, refCon, &port)
+                                  : MIDIOutputPortCreate(client, name, &port);
+  CFRelease(name);
+  if (status == noErr && port != 0) {
+    if (verbose) {
+      std::fprintf(stderr, "INFO: [%s] %s port \"%s\" created.\n", operation,
+                   isInput ? "Input" : "Output", portName.c_str());
+    }
+    return true;
+  }
+  port = 0;
+  fwReleaseMidiClient(client);
+  client = 0;
+  if (verbose) {
+    std::fprintf(stderr, "ERROR: [%s] Return from %s was %i.\n", operation,
+                 isInput ? "MIDIInputPortCreate" : "MIDIOutputPortCreate",
+                 static_cast<int>(status));
+  }
+  return false;
+}
+
+void fwDisposeMidiPort(bool verbose, MIDIClientRef& client, MIDIPortRef& port) {
+  OSStatus status = noErr;
+  if (port != 0) status = MIDIPortDispose(port);
+  if (verbose) {
+    std::fprintf(stderr, "INFO: Error status on Port disposal: Port: %d.\n",
+                 static_cast<int>(status));
+  }
+  port = 0;
+  fwReleaseMidiClient(client);
+  client = 0;
 }
 
 void fwAttachMidiDeviceConfigurationChangeListener(

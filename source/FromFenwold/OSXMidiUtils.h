@@ -24,6 +24,15 @@ class MidiDeviceConfigurationChangeListener {
 MIDIClientRef fwAcquireMidiClient();
 void fwReleaseMidiClient(MIDIClientRef client);
 
+// What the input and output port share: a port of the shared client named `portName`, made
+// with a client reference of its own. An input port when `readProc` is given (with `refCon` as
+// its reference constant), else an output port. On failure no reference is kept and both client
+// and port are 0. With `verbose`, writes the port classes' diagnostic lines to standard error.
+bool fwCreateMidiPort(const std::string& portName, MIDIReadProc readProc, void* refCon,
+                      bool verbose, MIDIClientRef& client, MIDIPortRef& port);
+// Disposes of the port, if there is one, and gives back its client reference.
+void fwDisposeMidiPort(bool verbose, MIDIClientRef& client, MIDIPortRef& port);
+
 void fwAttachMidiDeviceConfigurationChangeListener(MidiDeviceConfigurationChangeListener* listener);
 void fwDetachMidiDeviceConfigurationChangeListener(MidiDeviceConfigurationChangeListener* listener);
 

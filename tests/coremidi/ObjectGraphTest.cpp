@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "MidiServices.h"
 #include "VirtualMidi.h"
 
@@ -42,6 +44,35 @@ TEST_F(ObjectGraphTest, GoneReferencesAreNeverReusedAndBadArgumentsGiveStatuses)
   SInt32 value = 0;
   EXPECT_EQ(MIDIObjectGetIntegerProperty(MIDIGetDevice(0), kMIDIPropertyName, &value),
             kMIDIUnknownProperty);
+}
+
+// The names a program gives reach other programs through the backend (JACK shows them); the
+// system keeps them as it keeps a device's.
+TEST_F(ObjectGraphTest, ClientsAndPortsKeepTheNamesTheyAreMadeWith) {
+  const auto nameOf = [](MIDIObjectRef object) {
+    CFStringRef name = nullptr;
+    if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, &name) != noErr)
+      return std::string("?");
+    char text[64] = {};
+    CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
+    CFRelease(name);
+    return std::string(text);
+  };
+  CFStringRef clientName = CFStringCreateWithCString(nullptr, "Sequencer", kCFStringEncodingASCII);
+  CFStringRef portName = CFStringCreateWithCString(nullptr, "Out A", kCFStringEncodingASCII);
+  MIDIClientRef client = 0;
+  MIDIPortRef port = 0;
+  MIDIPortRef nameless = 0;
+  ASSERT_EQ(MIDIClientCreate(clientName, nullptr, nullptr, &client), noErr);
+  ASSERT_EQ(MIDIOutputPortCreate(client, portName, &port), noErr);
+  ASSERT_EQ(MIDIOutputPortCreate(client, nullptr, &nameless), noErr);
+  CFRelease(clientName);
+  CFRelease(portName);
+  EXPECT_EQ(nameOf(client), "Sequencer");
+  EXPECT_EQ(nameOf(port), "Out A");
+  EXPECT_EQ(nameOf(nameless), "");
+  ASSERT_EQ(MIDIClientDispose(client), noErr);
+  EXPECT_EQ(nameOf(port), "?");
 }
 
 }  // namespace

@@ -17,15 +17,6 @@ namespace {
 constexpr auto kPollStep = std::chrono::milliseconds(5);
 constexpr auto kSettle = std::chrono::milliseconds(20);
 
-std::string endpointName(MIDIEndpointRef endpoint) {
-  CFStringRef name = nullptr;
-  if (MIDIObjectGetStringProperty(endpoint, kMIDIPropertyName, &name) != noErr || !name) return {};
-  char text[512] = {};
-  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
-  CFRelease(name);
-  return text;
-}
-
 MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, ItemCount (*count)(),
                            MIDIEndpointRef (*at)(ItemCount)) {
   for (ItemCount i = 0; i < count(); ++i) {
@@ -35,12 +26,21 @@ MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, I
         MIDIEntityGetDevice(entity, &device) != noErr) {
       continue;
     }
-    if (endpointName(device) == client && endpointName(at(i)) == port) return at(i);
+    if (objectName(device) == client && objectName(at(i)) == port) return at(i);
   }
   return 0;
 }
 
 }  // namespace
+
+std::string objectName(MIDIObjectRef object) {
+  CFStringRef name = nullptr;
+  if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, &name) != noErr || !name) return {};
+  char text[512] = {};
+  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
+  CFRelease(name);
+  return text;
+}
 
 bool eventually(const std::function<bool()>& condition) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
@@ -105,11 +105,13 @@ void Inbox::clear() {
 }
 
 Listener::Listener() {
-  CFStringRef name = text("test");
+  CFStringRef name = text(kListenerName);
+  CFStringRef in = text("in");
+  CFStringRef out = text("out");
   EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
-  EXPECT_EQ(MIDIInputPortCreate(client, name, Inbox::read, &inbox, &input), noErr);
-  EXPECT_EQ(MIDIOutputPortCreate(client, name, &output), noErr);
-  CFRelease(name);
+  EXPECT_EQ(MIDIInputPortCreate(client, in, Inbox::read, &inbox, &input), noErr);
+  EXPECT_EQ(MIDIOutputPortCreate(client, out, &output), noErr);
+  for (CFStringRef made : {name, in, out}) CFRelease(made);
 }
 
 Listener::~Listener() {

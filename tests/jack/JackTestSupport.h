@@ -31,6 +31,8 @@ jackrig::JackServer& server();
 void useServer(bool mustOwn = false);
 
 CFStringRef text(const char* value);
+// The name of any object of the MIDI system, clients and ports too; empty when it has none.
+std::string objectName(MIDIObjectRef object);
 // F0, bytes counting up from 1 (modulo 128), F7: `length` bytes in all.
 std::vector<Byte> sysexOf(std::size_t length);
 
@@ -51,7 +53,10 @@ struct Inbox {
   void clear();
 };
 
-// A client of the MIDI system with one input and one output port.
+// A client of the MIDI system with one input and one output port. In JACK its client is
+// "listener" (for the first listener: later ones share it), its ports "in" and "out", then
+// "in 2" and "out 2", and so on.
+inline constexpr const char* kListenerName = "listener";
 struct Listener {
   MIDIClientRef client = 0;
   MIDIPortRef input = 0;

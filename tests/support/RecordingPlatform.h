@@ -1,10 +1,13 @@
-// A TonvikBase without a transport, for unit tests and fuzz targets: a settable clock, open
-// flags without ports, sends recorded instead of sent, and the receive path within reach.
+// A TonvikBase without a transport, shared by the unit tests, the fuzz targets and the
+// benchmarks: the CoreMIDI instance's open and close answers without ports, a settable clock,
+// sends recorded instead of sent, and the receive path within reach.
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
+#include "MidiBytes.h"
 #include "TonvikBase.h"
 #include "TonvikBaseInternals.h"
 #include "ValueStore.h"
@@ -55,8 +58,20 @@ class RecordingPlatform final : public TonvikBase {
     shortSends.push_back({status, data1, data2, length});
     return kErrNone;
   }
-  // System-exclusive sends go through the transport; scripts show them end to end.
-  std::int32_t SendSysex(std::uint8_t, const LingoValue*, std::uint32_t) override {
+  // Reads and checks every data item, as the CoreMIDI instance does before it sends.
+  std::int32_t SendSysex(std::uint8_t manufacturerId, const LingoValue* data,
+                         std::uint32_t count) override {
+    if (!outputOpen_) return kErrOutputNotOpen;
+    std::vector<std::uint8_t> bytes{midi::kSysexStart, manufacturerId};
+    for (std::uint32_t i = 1; i <= count; ++i) {
+      std::uint8_t byte = 0;
+      const std::int32_t result =
+          GetIntegerProperty(data, static_cast<std::int32_t>(i), 0, midi::kDataMaximum, &byte);
+      if (result != kErrNone) return result;
+      bytes.push_back(byte);
+    }
+    bytes.push_back(midi::kSysexEnd);
+    sysexSends.push_back(std::move(bytes));
     return kErrNone;
   }
 
@@ -78,4 +93,5 @@ class RecordingPlatform final : public TonvikBase {
 
   std::int32_t time = 0;
   std::vector<ShortSend> shortSends;
+  std::vector<std::vector<std::uint8_t>> sysexSends;
 };

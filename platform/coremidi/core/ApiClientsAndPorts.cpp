@@ -2,6 +2,7 @@
 #include "CallCounter.h"
 #include "MidiServices.h"
 #include "MidiSystem.h"
+#include "Strings.h"
 
 using coremidi::ApiFunction;
 using coremidi::countCall;
@@ -9,10 +10,11 @@ using coremidi::MidiSystem;
 
 extern "C" {
 
-OSStatus MIDIClientCreate(CFStringRef, MIDINotifyProc notifyProc, void* notifyRefCon,
+OSStatus MIDIClientCreate(CFStringRef name, MIDINotifyProc notifyProc, void* notifyRefCon,
                           MIDIClientRef* outClient) {
   countCall(ApiFunction::MIDIClientCreate);
-  return MidiSystem::instance().createClient(notifyProc, notifyRefCon, outClient);
+  return MidiSystem::instance().createClient(coremidi::stringText(name), notifyProc, notifyRefCon,
+                                             outClient);
 }
 
 OSStatus MIDIClientDispose(MIDIClientRef client) {
@@ -20,15 +22,16 @@ OSStatus MIDIClientDispose(MIDIClientRef client) {
   return MidiSystem::instance().disposeClient(client);
 }
 
-OSStatus MIDIInputPortCreate(MIDIClientRef client, CFStringRef, MIDIReadProc readProc, void* refCon,
-                             MIDIPortRef* outPort) {
+OSStatus MIDIInputPortCreate(MIDIClientRef client, CFStringRef name, MIDIReadProc readProc,
+                             void* refCon, MIDIPortRef* outPort) {
   countCall(ApiFunction::MIDIInputPortCreate);
-  return MidiSystem::instance().createInputPort(client, readProc, refCon, outPort);
+  return MidiSystem::instance().createInputPort(client, coremidi::stringText(name), readProc,
+                                                refCon, outPort);
 }
 
-OSStatus MIDIOutputPortCreate(MIDIClientRef client, CFStringRef, MIDIPortRef* outPort) {
+OSStatus MIDIOutputPortCreate(MIDIClientRef client, CFStringRef name, MIDIPortRef* outPort) {
   countCall(ApiFunction::MIDIOutputPortCreate);
-  return MidiSystem::instance().createOutputPort(client, outPort);
+  return MidiSystem::instance().createOutputPort(client, coremidi::stringText(name), outPort);
 }
 
 OSStatus MIDIPortDispose(MIDIPortRef port) {

@@ -1,5 +1,7 @@
-// Object properties: names (strings), the advance scheduling time and a client's offline state
-// (integers).
+// Object properties: names (strings) of every object, clients and ports included, the advance
+// scheduling time and a client's offline state (integers).
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "CallCounter.h"
@@ -37,15 +39,21 @@ OSStatus MIDIObjectGetStringProperty(MIDIObjectRef object, CFStringRef propertyI
   countCall(ApiFunction::MIDIObjectGetStringProperty);
   if (!outString) return paramErr;
   *outString = nullptr;
+  // Clients and ports are named by their creators, as devices are by their drivers.
+  MidiSystem& system = MidiSystem::instance();
+  if (std::optional<std::string> own = system.clientOrPortName(object)) {
+    if (!isProperty(propertyID, kNameProperty)) return kMIDIUnknownProperty;
+    *outString = coremidi::makeString(*own);
+    return noErr;
+  }
   coremidi::ObjectName name;
-  const OSStatus status =
-      MidiSystem::instance().readGraph([&](const ObjectGraph& graph) -> OSStatus {
-        const GraphObject* found = graph.find(object);
-        if (!found) return kMIDIObjectNotFound;
-        if (!isProperty(propertyID, kNameProperty) || !found->name) return kMIDIUnknownProperty;
-        name = found->name;
-        return noErr;
-      });
+  const OSStatus status = system.readGraph([&](const ObjectGraph& graph) -> OSStatus {
+    const GraphObject* found = graph.find(object);
+    if (!found) return kMIDIObjectNotFound;
+    if (!isProperty(propertyID, kNameProperty) || !found->name) return kMIDIUnknownProperty;
+    name = found->name;
+    return noErr;
+  });
   if (status == noErr) *outString = coremidi::makeString(*name);
   return status;
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "MidiServices.h"
@@ -29,13 +30,22 @@ class Backend {
   // Called once, right after the system was made: adds the backend's devices.
   virtual void start(MidiSystem& system) = 0;
 
-  // A client is about to be made; a status other than noErr refuses it (no engine to talk to).
-  virtual OSStatus clientCreating() { return noErr; }
+  // A client was made under the name its creator gave; a status other than noErr refuses it (no
+  // engine to talk to) and the system undoes it. Names come from the caller: the MIDI system has
+  // none of its own.
+  virtual OSStatus clientCreated(MIDIClientRef /*client*/, const std::string& /*name*/) {
+    return noErr;
+  }
+  virtual void clientDisposed(MIDIClientRef /*client*/) {}
   // False while the engine behind the backend is gone (a JACK server that stopped): clients
   // made before then report themselves offline until it runs again.
   virtual bool engineRuns() { return true; }
-  // A client port was made or is going; a failed creation is undone by the system.
-  virtual OSStatus portCreated(MIDIPortRef /*port*/, bool /*isInput*/) { return noErr; }
+  // A client port was made under the name its creator gave, or is going; a failed creation is
+  // undone by the system.
+  virtual OSStatus portCreated(MIDIPortRef /*port*/, bool /*isInput*/,
+                               const std::string& /*name*/) {
+    return noErr;
+  }
   virtual void portDisposed(MIDIPortRef /*port*/) {}
 
   // True when the backend calls the read procedures of input ports itself, from connections it

@@ -1,8 +1,8 @@
 #include "MidiSystem.h"
 
-#include <cstdio>
 #include <cstdlib>
 
+#include "Diagnostics.h"
 #include "HostClock.h"
 #include "PacketLists.h"
 
@@ -29,8 +29,8 @@ std::unique_ptr<Backend> chooseBackend() {
   }
   std::unique_ptr<Backend> backend = makeBackend(name);
   if (!backend) {
-    std::fprintf(stderr, "MIDI system: unknown backend \"%s\" in %s; using \"%s\".\n", name.c_str(),
-                 kBackendVariable, kDefaultBackend);
+    diagnose("MIDI system: unknown backend \"%s\" in %s; using \"%s\".", name.c_str(),
+             kBackendVariable, kDefaultBackend);
     backend = makeBackend(kDefaultBackend);
   }
   return backend;
@@ -71,15 +71,17 @@ MidiSystem::MidiSystem(std::unique_ptr<Backend> backend)
              }),
       backend_(std::move(backend)) {}
 
-OSStatus MidiSystem::createClient(MIDINotifyProc notifyProc, void* refCon,
+OSStatus MidiSystem::createClient(const std::string& name, MIDINotifyProc notifyProc, void* refCon,
                                   MIDIClientRef* outClient) {
   if (!outClient) return paramErr;
   if (failures_.consume(midisystem::Failure::ClientCreate)) return kMIDIServerStartErr;
-  if (const OSStatus status = backend_->clientCreating(); status != noErr) return status;
   const MIDIClientRef client = newObjectRef();
+  if (const OSStatus status = backend_->clientCreated(client, name); status != noErr) {
+    return status;
+  }
   {
     std::lock_guard lock(mutex_);
-    clients_[client];
+    clients_[client].name = name;
   }
   notifications_.addClient(client, notifyProc, refCon);
   *outClient = client;
@@ -92,12 +94,13 @@ OSStatus MidiSystem::disposeClient(MIDIClientRef client) {
     std::lock_guard lock(mutex_);
     auto found = clients_.find(client);
     if (found == clients_.end()) return kMIDIInvalidClient;
-    ports = std::move(found->second);
+    ports = std::move(found->second.ports);
     clients_.erase(found);
     for (MIDIPortRef port : ports) ports_.erase(port);
   }
   for (MIDIPortRef port : ports) forgetPort(port);
   notifications_.removeClient(client);
+  backend_->clientDisposed(client);
   return noErr;
 }
 
@@ -106,8 +109,17 @@ bool MidiSystem::isClient(MIDIObjectRef object) {
   return clients_.contains(object);
 }
 
-OSStatus MidiSystem::createPort(MIDIClientRef client, bool isInput, MIDIReadProc readProc,
-                                void* refCon, MIDIPortRef* outPort) {
+std::optional<std::string> MidiSystem::clientOrPortName(MIDIObjectRef object) {
+  std::lock_guard lock(mutex_);
+  if (const auto client = clients_.find(object); client != clients_.end()) {
+    return client->second.name;
+  }
+  if (const auto port = ports_.find(object); port != ports_.end()) return port->second.name;
+  return std::nullopt;
+}
+
+OSStatus MidiSystem::createPort(MIDIClientRef client, const std::string& name, bool isInput,
+                                MIDIReadProc readProc, void* refCon, MIDIPortRef* outPort) {
   if (!outPort || (isInput && !readProc)) return paramErr;
   const MIDIPortRef port = newObjectRef();
   {
@@ -117,13 +129,13 @@ OSStatus MidiSystem::createPort(MIDIClientRef client, bool isInput, MIDIReadProc
     const auto failure =
         isInput ? midisystem::Failure::InputPortCreate : midisystem::Failure::OutputPortCreate;
     if (failures_.consume(failure)) return kMIDINotPermitted;
-    ports_[port] = {client, isInput, readProc, refCon};
-    found->second.push_back(port);
+    ports_[port] = {client, name, isInput, readProc, refCon};
+    found->second.ports.push_back(port);
   }
   // Outside the lock: a backend may talk to its engine, whose answers can take a while.
-  if (const OSStatus status = backend_->portCreated(port, isInput); status != noErr) {
+  if (const OSStatus status = backend_->portCreated(port, isInput, name); status != noErr) {
     std::lock_guard lock(mutex_);
-    std::erase(clients_[client], port);
+    std::erase(clients_[client].ports, port);
     ports_.erase(port);
     return status;
   }
@@ -131,13 +143,14 @@ OSStatus MidiSystem::createPort(MIDIClientRef client, bool isInput, MIDIReadProc
   return noErr;
 }
 
-OSStatus MidiSystem::createInputPort(MIDIClientRef client, MIDIReadProc readProc, void* refCon,
-                                     MIDIPortRef* outPort) {
-  return createPort(client, true, readProc, refCon, outPort);
+OSStatus MidiSystem::createInputPort(MIDIClientRef client, const std::string& name,
+                                     MIDIReadProc readProc, void* refCon, MIDIPortRef* outPort) {
+  return createPort(client, name, true, readProc, refCon, outPort);
 }
 
-OSStatus MidiSystem::createOutputPort(MIDIClientRef client, MIDIPortRef* outPort) {
-  return createPort(client, false, nullptr, nullptr, outPort);
+OSStatus MidiSystem::createOutputPort(MIDIClientRef client, const std::string& name,
+                                      MIDIPortRef* outPort) {
+  return createPort(client, name, false, nullptr, nullptr, outPort);
 }
 
 OSStatus MidiSystem::disposePort(MIDIPortRef port) {
@@ -145,7 +158,7 @@ OSStatus MidiSystem::disposePort(MIDIPortRef port) {
     std::lock_guard lock(mutex_);
     auto found = ports_.find(port);
     if (found == ports_.end()) return kMIDIInvalidPort;
-    std::erase(clients_[found->second.client], port);
+    std::erase(clients_[found->second.client].ports, port);
     ports_.erase(found);
   }
   forgetPort(port);

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,12 +30,16 @@ class MidiSystem {
   // Records the backend to make; false once the system exists or for an unknown name.
   static bool requestBackend(std::string_view name);
 
-  OSStatus createClient(MIDINotifyProc notifyProc, void* refCon, MIDIClientRef* outClient);
+  // Clients and ports keep the names they are made with; the backend is told them.
+  OSStatus createClient(const std::string& name, MIDINotifyProc notifyProc, void* refCon,
+                        MIDIClientRef* outClient);
   OSStatus disposeClient(MIDIClientRef client);
   bool isClient(MIDIObjectRef object);
-  OSStatus createInputPort(MIDIClientRef client, MIDIReadProc readProc, void* refCon,
-                           MIDIPortRef* outPort);
-  OSStatus createOutputPort(MIDIClientRef client, MIDIPortRef* outPort);
+  OSStatus createInputPort(MIDIClientRef client, const std::string& name, MIDIReadProc readProc,
+                           void* refCon, MIDIPortRef* outPort);
+  OSStatus createOutputPort(MIDIClientRef client, const std::string& name, MIDIPortRef* outPort);
+  // The name of a client or a port; none for any other object.
+  std::optional<std::string> clientOrPortName(MIDIObjectRef object);
   OSStatus disposePort(MIDIPortRef port);
   OSStatus connectSource(MIDIPortRef port, MIDIEndpointRef source, void* connectionRefCon);
   OSStatus disconnectSource(MIDIPortRef port, MIDIEndpointRef source);
@@ -65,21 +70,26 @@ class MidiSystem {
   Backend& backend() { return *backend_; }
 
  private:
+  struct Client {
+    std::string name;
+    std::vector<MIDIPortRef> ports;
+  };
   struct Port {
     MIDIClientRef client;
+    std::string name;
     bool isInput;
     MIDIReadProc readProc;
     void* refCon;
   };
 
   explicit MidiSystem(std::unique_ptr<Backend> backend);
-  OSStatus createPort(MIDIClientRef client, bool isInput, MIDIReadProc readProc, void* refCon,
-                      MIDIPortRef* outPort);
+  OSStatus createPort(MIDIClientRef client, const std::string& name, bool isInput,
+                      MIDIReadProc readProc, void* refCon, MIDIPortRef* outPort);
   void forgetPort(MIDIPortRef port);
 
   std::mutex mutex_;  // the graph, clients and ports
   ObjectGraph graph_;
-  std::map<MIDIClientRef, std::vector<MIDIPortRef>> clients_;
+  std::map<MIDIClientRef, Client> clients_;
   std::map<MIDIPortRef, Port> ports_;
 
   InFlight inFlight_;

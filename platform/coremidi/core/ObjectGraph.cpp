@@ -21,11 +21,19 @@ MIDIObjectRef newObjectRef() {
   return next.fetch_add(1, std::memory_order_relaxed);
 }
 
-MIDIDeviceRef ObjectGraph::addDevice(const ObjectName& name, bool listed) {
-  const MIDIDeviceRef device = newObjectRef();
-  GraphObject& object = objects_[device];
-  object.type = kMIDIObjectType_Device;
+std::pair<MIDIObjectRef, GraphObject&> ObjectGraph::addObject(MIDIObjectType type,
+                                                              const ObjectName& name,
+                                                              MIDIObjectRef parent) {
+  const MIDIObjectRef ref = newObjectRef();
+  GraphObject& object = objects_[ref];
+  object.type = type;
   object.name = name;
+  object.parent = parent;
+  return {ref, object};
+}
+
+MIDIDeviceRef ObjectGraph::addDevice(const ObjectName& name, bool listed) {
+  auto [device, object] = addObject(kMIDIObjectType_Device, name, 0);
   object.listed = listed;
   allDevices_.push_back(device);
   if (listed) listedDevices_.push_back(device);
@@ -33,11 +41,7 @@ MIDIDeviceRef ObjectGraph::addDevice(const ObjectName& name, bool listed) {
 }
 
 MIDIEntityRef ObjectGraph::addEntity(MIDIDeviceRef device, const ObjectName& name, bool loopback) {
-  const MIDIEntityRef entity = newObjectRef();
-  GraphObject& object = objects_[entity];
-  object.type = kMIDIObjectType_Entity;
-  object.name = name;
-  object.parent = device;
+  auto [entity, object] = addObject(kMIDIObjectType_Entity, name, device);
   object.loopback = loopback;
   objects_.at(device).entities.push_back(entity);
   return entity;
@@ -45,11 +49,7 @@ MIDIEntityRef ObjectGraph::addEntity(MIDIDeviceRef device, const ObjectName& nam
 
 MIDIEndpointRef ObjectGraph::addEndpoint(MIDIEntityRef entity, MIDIObjectType type,
                                          const ObjectName& name, SInt32 advanceScheduleTimeMuSec) {
-  const MIDIEndpointRef endpoint = newObjectRef();
-  GraphObject& object = objects_[endpoint];
-  object.type = type;
-  object.name = name;
-  object.parent = entity;
+  auto [endpoint, object] = addObject(type, name, entity);
   object.advanceScheduleTimeMuSec = advanceScheduleTimeMuSec;
   const bool isSource = type == kMIDIObjectType_Source;
   (isSource ? sources_ : destinations_).push_back(endpoint);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "MidiServices.h"
@@ -59,6 +60,9 @@ class ObjectGraph {
   MIDIEndpointRef loopbackSourceOf(MIDIEndpointRef destination) const;
 
  private:
+  // A new object with its reference, type, name and parent (0 for none).
+  std::pair<MIDIObjectRef, GraphObject&> addObject(MIDIObjectType type, const ObjectName& name,
+                                                   MIDIObjectRef parent);
   void forget(MIDIObjectRef object);
 
   std::unordered_map<MIDIObjectRef, GraphObject> objects_;

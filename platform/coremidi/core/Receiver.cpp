@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "Diagnostics.h"
+#include "WorkerThread.h"
+
 namespace coremidi {
 namespace {
 
@@ -17,12 +20,7 @@ Receiver::Receiver(InFlight& inFlight) : inFlight_(inFlight) {
 }
 
 Receiver::~Receiver() {
-  {
-    std::lock_guard lock(mutex_);
-    stop_ = true;
-  }
-  work_.notify_all();
-  thread_.join();
+  stopWorker(mutex_, stop_, work_, thread_);
 }
 
 bool Receiver::onReceiveThread() const {
@@ -123,6 +121,8 @@ bool Receiver::isConnected(std::uint64_t id) const {
 }
 
 void Receiver::run() {
+  // Read procedures run here, as on CoreMIDI's receive thread: no diagnostics.
+  const RealTimeThread mark;
   std::unique_lock lock(mutex_);
   for (;;) {
     work_.wait(lock, [this] { return stop_ || queueCount_ > 0; });

@@ -4,6 +4,7 @@
 
 #include "HostClock.h"
 #include "PacketLists.h"
+#include "WorkerThread.h"
 
 namespace coremidi {
 
@@ -12,12 +13,7 @@ Scheduler::Scheduler(InFlight& inFlight, Sink sink) : inFlight_(inFlight), sink_
 }
 
 Scheduler::~Scheduler() {
-  {
-    std::lock_guard lock(mutex_);
-    stop_ = true;
-  }
-  changed_.notify_all();
-  thread_.join();
+  stopWorker(mutex_, stop_, changed_, thread_);
 }
 
 void Scheduler::schedule(MIDIPortRef port, MIDIEndpointRef destination, MIDITimeStamp release,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "MidiSystemControl.h"
+#include "WorkerThread.h"
 
 namespace coremidi {
 namespace {
@@ -22,12 +23,7 @@ SysexSender::SysexSender(InFlight& inFlight, ChunkSink sink)
 }
 
 SysexSender::~SysexSender() {
-  {
-    std::lock_guard lock(mutex_);
-    stop_ = true;
-  }
-  changed_.notify_all();
-  thread_.join();
+  stopWorker(mutex_, stop_, changed_, thread_);
 }
 
 void SysexSender::submit(MIDISysexSendRequest* request, bool neverComplete) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -54,6 +55,13 @@ std::uint64_t sysexChunksSent();
 // Largest chunk of a system-exclusive transfer: each chunk reaches the destination as a packet,
 // and the last one never holds a single byte (the closing F7 alone).
 inline constexpr unsigned kSysexChunkSize = 256;
+
+// Where the system's diagnostic lines ("MIDI system: ...", "JACK backend: ...") go: standard
+// error, or, while a sink is set, the sink, one line per call without its line feed. Lines may
+// come from any of the system's threads but one at a time; a sink must not set another. An empty
+// sink restores standard error.
+using DiagnosticSink = std::function<void(const std::string& line)>;
+void setDiagnosticSink(DiagnosticSink sink);
 
 // The backend that feeds the system: "virtual" (the default). Chosen by the environment variable
 // TONVIK_MIDI_BACKEND or by this call, before the system is first used; false if it is too late

@@ -63,6 +63,12 @@ class CountedInterface : public Interface {
   ValueStore& store_;
 };
 
+// A failed make leaves VOID behind, which needs no release.
+HostStatus failMake(LingoValue* out) {
+  *out = LingoValue{};
+  return kHostErrInjected;
+}
+
 class ValueInterfaceImpl final : public CountedInterface<HostValueInterface> {
  public:
   using CountedInterface::CountedInterface;
@@ -128,13 +134,6 @@ class ValueInterfaceImpl final : public CountedInterface<HostValueInterface> {
     }
     return kLingoTypeVoid;
   }
-
- private:
-  // A failed make leaves VOID behind, which needs no release.
-  static HostStatus failMake(LingoValue* out) {
-    *out = LingoValue{};
-    return kHostErrInjected;
-  }
 };
 
 class ListInterfaceImpl final : public CountedInterface<HostListInterface> {
@@ -172,12 +171,6 @@ class ListInterfaceImpl final : public CountedInterface<HostListInterface> {
     if (store_.kind(*propList) != ValueKind::PropertyList) return kHostErrWrongType;
     store_.appendProperty(*propList, *key, *value);
     return kHostOk;
-  }
-
- private:
-  static HostStatus failMake(LingoValue* out) {
-    *out = LingoValue{};
-    return kHostErrInjected;
   }
 };
 

@@ -65,6 +65,7 @@ DeviceSpec device(virtualmidi::Name name, std::vector<EntitySpec> entities, bool
 std::vector<NamingCase> namingCases() {
   using std::nullopt;
   const DeviceSpec uno = device("Uno", {entityWith("Uno", {"Uno"})});
+  const DeviceSpec duo = device("Duo", {entityWith("Duo", {"Duo"})});
   return {
       {"empty system", {}, {}},
       {"single entity", {{uno}}, {{"Uno", "Uno,0%Uno,0%Uno,0"}}},
@@ -97,6 +98,26 @@ std::vector<NamingCase> namingCases() {
       {"endpoint named like its device among several entities",
        {{device("Hub", {entityWith("Hub", {"Hub"}), entityWith("Port 2", {"Port 2"})})}},
        {{"Hub ", "Hub,0%Hub,0%Hub,0"}, {"Hub Port 2", "Hub,0%Port 2,0%Port 2,0"}}},
+      {"groups of three, interleaved, and a display name equal to a numbered one",
+       {{uno, duo, uno, duo, uno}, {{"Duo (2)"}, {"Solo"}, {"Solo"}}, {}},
+       {{"Uno (1)", "Uno,0%Uno,0%Uno,0"},
+        {"Duo (1)", "Duo,0%Duo,0%Duo,0"},
+        {"Uno (2)", "Uno,1%Uno,0%Uno,0"},
+        {"Duo (2) (1)", "Duo,1%Duo,0%Duo,0"},
+        {"Uno (3)", "Uno,2%Uno,0%Uno,0"},
+        {"Duo (2) (2)", "Duo (2),0"},
+        {"Solo (1)", "Solo,0"},
+        {"Solo (2)", "Solo,0"}}},
+      {"three equal entities, and equal sources in one entity",
+       {{device("Hub", {entityWith("Port", {nullopt}), entityWith("Port", {nullopt}),
+                        entityWith("Port", {nullopt})}),
+         device("Uno", {entityWith("Uno", {"A", "B", "A"})})}},
+       {{"Hub Port (1)", "Hub,0%Port,0%,0"},
+        {"Hub Port (2)", "Hub,0%Port,1%,0"},
+        {"Hub Port (3)", "Hub,0%Port,2%,0"},
+        {"Uno (1)", "Uno,0%Uno,0%A,0"},
+        {"Uno (2)", "Uno,0%Uno,0%B,0"},
+        {"Uno (3)", "Uno,0%Uno,0%A,1"}}},
       {"attached and unattached with equal display names",
        {{uno}, {{"Uno"}}, {}},
        {{"Uno (1)", "Uno,0%Uno,0%Uno,0"}, {"Uno (2)", "Uno,0"}}},

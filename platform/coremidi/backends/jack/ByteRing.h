@@ -18,13 +18,15 @@ class ByteRing {
 
   // Producer side.
   std::size_t writeSpace() const {
-    // Acquire: the consumer has finished reading the bytes it gave back.
+    // Relaxed: only this side stores head_. Acquire: the consumer has finished reading the bytes
+    // it gave back before they are written again.
     return mask_ + 1 -
            (head_.load(std::memory_order_relaxed) - tail_.load(std::memory_order_acquire));
   }
   // Two pieces published at once. The caller checked writeSpace.
   void writeTwo(const void* first, std::size_t firstSize, const void* second,
                 std::size_t secondSize) {
+    // Relaxed: only this side stores head_.
     const std::size_t head = head_.load(std::memory_order_relaxed);
     copyIn(head, static_cast<const unsigned char*>(first), firstSize);
     copyIn(head + firstSize, static_cast<const unsigned char*>(second), secondSize);
@@ -34,17 +36,27 @@ class ByteRing {
 
   // Consumer side.
   std::size_t readSpace() const {
+    // Acquire: the bytes the producer published are visible before they are read. Relaxed: only
+    // this side stores tail_.
     return head_.load(std::memory_order_acquire) - tail_.load(std::memory_order_relaxed);
   }
   // The caller checked readSpace.
   void peek(void* bytes, std::size_t size, std::size_t skip = 0) const {
+    // Relaxed: only this side stores tail_.
     copyOut(tail_.load(std::memory_order_relaxed) + skip, static_cast<unsigned char*>(bytes), size);
   }
   void advance(std::size_t size) {
+    // Release: the bytes are read before the producer may write over them.
     tail_.store(tail_.load(std::memory_order_relaxed) + size, std::memory_order_release);
   }
 
  private:
+  // A cache line: each index on one of its own (the ring's size is rounded up to whole lines, so
+  // nothing after it shares tail_'s), so that the two threads' stores do not take the line from
+  // each other at every record. std::hardware_destructive_interference_size would vary with the
+  // compiler's flags.
+  static constexpr std::size_t kCacheLine = 64;
+
   void copyIn(std::size_t at, const unsigned char* from, std::size_t size) {
     const std::size_t start = at & mask_;
     const std::size_t first = std::min(size, mask_ + 1 - start);
@@ -58,10 +70,11 @@ class ByteRing {
     if (size > first) std::memcpy(to + first, data_.get(), size - first);
   }
 
+  // Read by both sides, written by neither after construction.
   std::unique_ptr<unsigned char[]> data_;
   const std::size_t mask_;
-  std::atomic<std::size_t> head_{0};  // bytes ever written; only the producer stores it
-  std::atomic<std::size_t> tail_{0};  // bytes ever read; only the consumer stores it
+  alignas(kCacheLine) std::atomic<std::size_t> head_{0};  // bytes ever written; producer stores
+  alignas(kCacheLine) std::atomic<std::size_t> tail_{0};  // bytes ever read; consumer stores
 };
 
 }  // namespace jackmidi

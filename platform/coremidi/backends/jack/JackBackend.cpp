@@ -12,7 +12,9 @@
 #include <string_view>
 #include <utility>
 
+#include "Diagnostics.h"
 #include "HostClock.h"
+#include "MidiStatusBytes.h"
 #include "MidiSystem.h"
 #include "PacketLists.h"
 
@@ -41,8 +43,6 @@ constexpr auto kConnectPatience = std::chrono::milliseconds(500);
 constexpr auto kConnectRetryStep = std::chrono::milliseconds(5);
 // Between looks at a process call that is still under way.
 constexpr auto kQuiesceStep = std::chrono::microseconds(100);
-constexpr Byte kSysexStart = 0xF0;
-constexpr Byte kStatusBit = 0x80;
 
 // The backend lives as long as the process; at exit its thread and client go first, before
 // libjack's own state is torn down.
@@ -108,11 +108,7 @@ void JackBackend::start(coremidi::MidiSystem& system) {
   packetList_.reserve(sizeof(MIDIPacketList) + coremidi::kMaxPacketLength + 16);
   jack_set_error_function(quiet);
   jack_set_info_function(quiet);
-  {
-    // The first listing already shows what the server has.
-    std::lock_guard lock(controlMutex_);
-    open();
-  }
+  // The JACK client waits for the first client of the MIDI system, whose name it takes.
   thread_ = std::thread([this] { run(); });
   running_.store(this, std::memory_order_release);
   std::atexit([] {
@@ -121,7 +117,8 @@ void JackBackend::start(coremidi::MidiSystem& system) {
 }
 
 bool JackBackend::open() {
-  client_ = openClient(kClientName);
+  if (midiClients_.empty()) return false;
+  client_ = openClient(midiClients_.front().second.c_str());
   if (!client_) return false;
   serverGone_.store(false, std::memory_order_release);
   toldNotRunning_ = false;
@@ -145,8 +142,8 @@ bool JackBackend::open() {
   portsChanged_.store(false, std::memory_order_relaxed);
   synchronise();
   if (toldGone_) {
-    std::fprintf(stderr, "JACK backend: connected to the JACK server \"%s\" as \"%s\".\n",
-                 serverName().c_str(), jack_get_client_name(client_));
+    coremidi::diagnose("JACK backend: connected to the JACK server \"%s\" as \"%s\".",
+                       serverName().c_str(), jack_get_client_name(client_));
     toldGone_ = false;
   }
   return true;
@@ -180,17 +177,27 @@ bool JackBackend::clientReachesServer() {
 void JackBackend::tellNotRunning() {
   if (toldNotRunning_) return;
   toldNotRunning_ = true;
-  std::fprintf(stderr,
-               "JACK backend: the JACK server \"%s\" is not running; start it (for example "
-               "\"jackd -d dummy\") and call Init again.\n",
-               serverName().c_str());
+  coremidi::diagnose(
+      "JACK backend: the JACK server \"%s\" is not running; start it (for example "
+      "\"jackd -d dummy\") and call Init again.",
+      serverName().c_str());
 }
 
-OSStatus JackBackend::clientCreating() {
+OSStatus JackBackend::clientCreated(MIDIClientRef client, const std::string& name) {
   std::lock_guard lock(controlMutex_);
+  midiClients_.emplace_back(client, name);
   if (clientReachesServer()) return noErr;
+  midiClients_.pop_back();
   tellNotRunning();
   return kMIDIServerStartErr;
+}
+
+// A program without a client of the MIDI system shows nothing in JACK; the next client opens the
+// JACK client again, under its own name.
+void JackBackend::clientDisposed(MIDIClientRef client) {
+  std::lock_guard lock(controlMutex_);
+  std::erase_if(midiClients_, [&](const auto& known) { return known.first == client; });
+  if (midiClients_.empty()) close();
 }
 
 bool JackBackend::engineRuns() {
@@ -200,7 +207,7 @@ bool JackBackend::engineRuns() {
   return false;
 }
 
-OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput) {
+OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput, const std::string& name) {
   std::lock_guard lock(controlMutex_);
   if (!client_) return kMIDIServerStartErr;
   std::vector<bool> used(kMaxPorts, false);
@@ -213,8 +220,9 @@ OSStatus JackBackend::portCreated(MIDIPortRef port, bool isInput) {
   own->port = port;
   own->isInput = isInput;
   own->slot = static_cast<std::size_t>(free - used.begin());
-  // The first port of a kind takes the plain name, later ones the lowest free number from 2.
-  const std::string base = isInput ? kInputPortName : kOutputPortName;
+  // A name already taken gets the lowest free number from 2; a port without a name is called
+  // after its direction.
+  const std::string base = !name.empty() ? name : isInput ? "input" : "output";
   for (int number = 1; own->name.empty(); ++number) {
     const std::string candidate = number == 1 ? base : base + " " + std::to_string(number);
     const bool taken = std::any_of(ownPorts_.begin(), ownPorts_.end(),
@@ -231,7 +239,7 @@ bool JackBackend::registerOwn(OwnPort& own) {
   own.jackPort =
       jack_port_register(client_, own.name.c_str(), JACK_DEFAULT_MIDI_TYPE, direction, 0);
   if (!own.jackPort) {
-    std::fprintf(stderr, "JACK backend: cannot register the port \"%s\".\n", own.name.c_str());
+    coremidi::diagnose("JACK backend: cannot register the port \"%s\".", own.name.c_str());
     return false;
   }
   if (own.isInput) {
@@ -413,10 +421,9 @@ bool JackBackend::connectOutput(OwnPort& own, MIDIEndpointRef destination) {
     jack_disconnect(client_, ours, previous->fullName.c_str());
   }
   if (!connectPorts(ours, peer->fullName.c_str())) {
-    std::fprintf(
-        stderr,
-        "JACK backend: JACK refused to connect \"%s\" to \"%s\"; what goes there is dropped.\n",
-        ours, peer->fullName.c_str());
+    coremidi::diagnose(
+        "JACK backend: JACK refused to connect \"%s\" to \"%s\"; what goes there is dropped.", ours,
+        peer->fullName.c_str());
     return false;
   }
   own.destination = destination;
@@ -457,7 +464,7 @@ void JackBackend::deliver(MIDIPortRef port, MIDIEndpointRef destination,
       });
       return;
     }
-    if (data[0] == kSysexStart || data[0] < kStatusBit) {
+    if (data[0] == coremidi::kSysexStart || !coremidi::isStatusByte(data[0])) {
       queueRecord(due != 0 ? *sendTimed_ : *sendSysex_, header(length), data);
       return;
     }
@@ -465,7 +472,7 @@ void JackBackend::deliver(MIDIPortRef port, MIDIEndpointRef destination,
     SendQueue& queue = due != 0 ? *sendTimed_ : *sendNow_;
     std::size_t begin = 0;
     for (std::size_t at = 1; at <= length; ++at) {
-      if (at == length || data[at] >= kStatusBit) {
+      if (at == length || coremidi::isStatusByte(data[at])) {
         queueRecord(queue, header(at - begin), data + begin);
         begin = at;
       }
@@ -485,8 +492,8 @@ bool JackBackend::writeWaiting(SendQueue& queue, const RecordHeader& header, con
     if (serverGone_.load(std::memory_order_acquire) ||
         processClient_.load(std::memory_order_acquire) == nullptr ||
         std::chrono::steady_clock::now() > deadline) {
-      std::fprintf(stderr, "JACK backend: %u MIDI bytes were dropped: the JACK server took none.\n",
-                   header.size);
+      coremidi::diagnose("JACK backend: %u MIDI bytes were dropped: the JACK server took none.",
+                         header.size);
       return false;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -517,10 +524,10 @@ void JackBackend::run() {
     const auto now = std::chrono::steady_clock::now();
     std::lock_guard lock(controlMutex_);
     if (serverGone_.load(std::memory_order_acquire) && client_) {
-      std::fprintf(stderr,
-                   "JACK backend: the JACK server \"%s\" went away; its MIDI ports are gone until "
-                   "it runs again.\n",
-                   serverName().c_str());
+      coremidi::diagnose(
+          "JACK backend: the JACK server \"%s\" went away; its MIDI ports are gone until it runs "
+          "again.",
+          serverName().c_str());
       close();
       toldGone_ = true;
       continue;

@@ -1,8 +1,8 @@
-// Real MIDI through a JACK server. The MIDI system's client is one JACK client, "Tonvik Xtra";
-// each of its input ports is a JACK input port "Fenwold Input", each output port a JACK output
-// port "Fenwold Output" (numbered from 2 when there are several: JACK wants port names unique
-// within a client). Every other JACK client with MIDI ports is a device named after the client,
-// each of its MIDI ports an entity with one endpoint named after the port.
+// Real MIDI through a JACK server. The MIDI system's clients share one JACK client, open while
+// any of them lives and named after the oldest; each of their ports is a JACK port of that client
+// named as its creator named it (numbered from 2 when the name is taken: JACK wants port names
+// unique within a client). Every other JACK client with MIDI ports is a device named after the
+// client, each of its MIDI ports an entity with one endpoint named after the port.
 //
 // Threads: JACK's process thread reads the input ports straight into the read procedures and
 // writes what senders queued in three lock-free rings; it allocates nothing and takes no lock. The
@@ -29,14 +29,16 @@
 #include "JackRecords.h"
 #include "SysexJoiner.h"
 
+namespace coremidi {
+class ObjectGraph;
+struct QueuedNotification;
+}  // namespace coremidi
+
 namespace jackmidi {
 
 class JackBackend : public coremidi::Backend {
  public:
   static constexpr const char* kName = "jack";
-  static constexpr const char* kClientName = "Tonvik Xtra";
-  static constexpr const char* kInputPortName = "Fenwold Input";
-  static constexpr const char* kOutputPortName = "Fenwold Output";
 
   JackBackend();
   ~JackBackend() override;
@@ -45,8 +47,9 @@ class JackBackend : public coremidi::Backend {
 
   const char* name() const override { return kName; }
   void start(coremidi::MidiSystem& system) override;
-  OSStatus clientCreating() override;
-  OSStatus portCreated(MIDIPortRef port, bool isInput) override;
+  OSStatus clientCreated(MIDIClientRef client, const std::string& name) override;
+  void clientDisposed(MIDIClientRef client) override;
+  OSStatus portCreated(MIDIPortRef port, bool isInput, const std::string& name) override;
   void portDisposed(MIDIPortRef port) override;
   bool engineRuns() override;
   bool readsInputPorts() const override { return true; }
@@ -109,6 +112,12 @@ class JackBackend : public coremidi::Backend {
     MIDIDeviceRef device = 0;
     std::vector<PeerPort> ports;
   };
+  // The other clients' MIDI ports as the server has them now, by client, in the server's order.
+  struct ServerPorts {
+    std::map<std::string, std::vector<PeerPort>> byClient;
+    std::vector<std::string> order;
+  };
+  using Notes = std::vector<coremidi::QueuedNotification>;
 
   // JackProcess.cpp: callbacks of libjack.
   static int process(jack_nframes_t frames, void* self);
@@ -123,6 +132,12 @@ class JackBackend : public coremidi::Backend {
 
   // JackDirectory.cpp: the other clients' ports as devices.
   void synchronise();
+  ServerPorts readServerPorts() const;
+  void removePeersThatLeft(const ServerPorts& now, coremidi::ObjectGraph& graph, Notes& notes);
+  void addPeer(const std::string& clientName, const std::vector<PeerPort>& ports,
+               coremidi::ObjectGraph& graph, Notes& notes);
+  static void updatePeer(PeerClient& peer, const std::vector<PeerPort>& ports,
+                         coremidi::ObjectGraph& graph, Notes& notes);
   void forgetPeers();
   const PeerPort* peerOf(MIDIEndpointRef endpoint) const;
 
@@ -190,6 +205,9 @@ class JackBackend : public coremidi::Backend {
 
   std::mutex controlMutex_;  // everything below, and every server request
   jack_client_t* client_ = nullptr;
+  // The MIDI system's clients, oldest first, with their names: the JACK client is open while
+  // there is one, under the name of the oldest.
+  std::vector<std::pair<MIDIClientRef, std::string>> midiClients_;
   std::map<std::string, PeerClient> peers_;
   std::vector<std::unique_ptr<OwnPort>> ownPorts_;
   bool toldGone_ = false;

@@ -1,9 +1,10 @@
-// JACK's real-time side: no allocation, no lock, no call into the MIDI system. Only port buffers,
-// the send rings, the read procedures of connected input ports, and atomics.
+// JACK's real-time side: no allocation, no lock, no call into the MIDI system, no diagnostics. Only
+// port buffers, the send rings, the read procedures of connected input ports, and atomics.
 #include <jack/midiport.h>
 
 #include <algorithm>
 
+#include "Diagnostics.h"
 #include "HostClock.h"
 #include "JackBackend.h"
 #include "JackTsan.h"
@@ -38,6 +39,7 @@ MIDITimeStamp hostTimeOf(jack_time_t jackMicros, std::int64_t offsetNanos) {
 }  // namespace
 
 int JackBackend::process(jack_nframes_t frames, void* self) {
+  const coremidi::RealTimeThread mark;
   auto* backend = static_cast<JackBackend*>(self);
   backend->processPasses_.fetch_add(1, std::memory_order_seq_cst);
   Cycle cycle{frames, 0, 0};

@@ -13,14 +13,12 @@
 #include <vector>
 
 #include "MidiServices.h"
+#include "MidiStatusBytes.h"
 
 namespace jackmidi {
 
 class SysexJoiner {
  public:
-  static constexpr Byte kStart = 0xF0;
-  static constexpr Byte kEnd = 0xF7;
-
   explicit SysexJoiner(std::size_t limit) : limit_(limit) { message_.reserve(limit); }
 
   // `emit(const Byte* bytes, std::size_t size)` is called for every whole message, piece of an
@@ -31,7 +29,7 @@ class SysexJoiner {
     while (at < size) {
       if (!inMessage_) {
         std::size_t end = at;
-        while (end < size && data[end] != kStart) ++end;
+        while (end < size && data[end] != coremidi::kSysexStart) ++end;
         if (end > at) emit(data + at, end - at);
         if (end == size) return;
         inMessage_ = true;
@@ -41,9 +39,9 @@ class SysexJoiner {
       // Inside a message: up to and including its F7, or up to a new F0 that abandons it.
       for (; at < size; ++at) {
         const Byte byte = data[at];
-        if (byte == kStart && !message_.empty()) message_.clear();
+        if (byte == coremidi::kSysexStart && !message_.empty()) message_.clear();
         message_.push_back(byte);
-        if (byte == kEnd) {
+        if (byte == coremidi::kSysexEnd) {
           emit(message_.data(), message_.size());
           message_.clear();
           inMessage_ = false;
