@@ -1,11 +1,8 @@
 // System-exclusive messages as JACK receivers see them: one event per message whenever a period's
-// buffer takes it whole, to a client of the test's own, to jack_midi_dump and to RtMidi.
+// buffer takes it whole, to a client of the test's own and to RtMidi. What jack_midi_dump and a
+// second message window see is run by window/sysex_sender.ls.
 #include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <fstream>
-#include <list>
-#include <sstream>
 
 #include "JackTestSupport.h"
 #include "MidiSystemControl.h"
@@ -79,44 +76,6 @@ TEST(JackSysex, EachMessageThatFitsAPeriodIsOneEventAndOrderHoldsWithinEachKind)
   EXPECT_EQ(joined, requests[2]->bytes);
   EXPECT_EQ(piece, sysex.size() - 1);
   EXPECT_EQ(sysex.back(), requests[3]->bytes);
-}
-
-// jack_midi_dump prints each event on one line, "TIME: BYTES" (and skips events over 4 KB).
-TEST(JackSysex, JackMidiDumpShowsA1025ByteMessageAsOneEvent) {
-  useServer();
-  const std::string dumpFile = testing::TempDir() + "tonvik-sysex-dump-" + std::to_string(getpid());
-  Child dump({JACK_MIDI_DUMP_PROGRAM}, dumpFile);
-  Listener listener;
-  ASSERT_TRUE(eventually([] { return destinationOf("midi-monitor", "input") != 0; }));
-  const MIDIEndpointRef destination = destinationOf("midi-monitor", "input");
-  std::stringstream expected;
-  for (const Byte byte : sysexOf(1025)) {
-    expected << ' ' << std::hex << (byte < 0x10 ? "0" : "") << int{byte};
-  }
-  // As in JackMidiDumpPrintsWhatWasSent, the monitor may not run yet when first listed: the
-  // message goes again until it is printed. Each request lives until the test ends.
-  std::list<SysexRequest> requests;
-  std::string printed;
-  EXPECT_TRUE(eventually([&] {
-    SysexRequest& request = requests.emplace_back(destination, sysexOf(1025));
-    if (MIDISendSysex(&request.request) != noErr) return false;
-    usleep(50000);
-    std::ifstream file(dumpFile);
-    std::stringstream all;
-    all << file.rdbuf();
-    printed = all.str();
-    printed.erase(printed.find_last_of('\n') + 1);  // a line still being written
-    return printed.find(':' + expected.str() + '\n') != std::string::npos;
-  })) << printed.substr(0, 2000);
-  ASSERT_TRUE(eventually([&] {
-    return std::all_of(requests.begin(), requests.end(),
-                       [](const SysexRequest& r) { return r.completed.load(); });
-  }));
-  // Nothing but whole messages: every line is one.
-  std::istringstream lines(printed);
-  for (std::string line; std::getline(lines, line);) {
-    EXPECT_NE(line.find(':' + expected.str()), std::string::npos) << line.substr(0, 200);
-  }
 }
 
 #ifdef TONVIK_TEST_HAVE_RTMIDI

@@ -93,17 +93,6 @@ bool Inbox::has(const std::vector<Byte>& wanted) {
   return std::find(all.begin(), all.end(), wanted) != all.end();
 }
 
-std::vector<Byte> Inbox::joined() {
-  std::vector<Byte> all;
-  for (const auto& packet : taken()) all.insert(all.end(), packet.begin(), packet.end());
-  return all;
-}
-
-void Inbox::clear() {
-  std::lock_guard lock(mutex);
-  packets.clear();
-}
-
 Listener::Listener() {
   CFStringRef name = text(kListenerName);
   CFStringRef in = text("in");

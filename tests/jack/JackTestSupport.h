@@ -49,8 +49,6 @@ struct Inbox {
   static void read(const MIDIPacketList* list, void* self, void*);
   std::vector<std::vector<Byte>> taken();
   bool has(const std::vector<Byte>& wanted);
-  std::vector<Byte> joined();
-  void clear();
 };
 
 // A client of the MIDI system with one input and one output port. In JACK its client is

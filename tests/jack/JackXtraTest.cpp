@@ -42,17 +42,13 @@ std::int32_t inputPosition(ValueStore& store, MacOsxTonvik& xtra, const std::str
 int drainNoteOns(ValueStore& store, MacOsxTonvik& xtra) {
   LingoValue list = store.makeLinearList();
   xtra.GetPendingMessages(&list);
-  int notes = 0;
-  for (std::int32_t i = 1; i <= store.count(list); ++i) {
-    LingoValue message = store.itemAt(list, i);
-    LingoValue type = store.itemAt(message, 1);  // #type comes first
-    if (store.kind(type) == ValueKind::Symbol && store.symbolName(store.symbol(type)) == "noteOn") {
-      ++notes;
-    }
-    store.release(type);
-    store.release(message);
-  }
+  const std::string printed = store.print(list);
   store.release(list);
+  int notes = 0;
+  for (auto at = printed.find("#noteOn"); at != std::string::npos;
+       at = printed.find("#noteOn", at + 1)) {
+    ++notes;
+  }
   return notes;
 }
 

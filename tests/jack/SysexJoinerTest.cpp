@@ -5,18 +5,13 @@
 
 #include <vector>
 
+#include "JackTestSupport.h"
+
 namespace jackmidi {
 namespace {
 
 using Bytes = std::vector<Byte>;
-
-Bytes sysexOf(std::size_t length) {
-  Bytes bytes(length);
-  for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<Byte>(i % 0x80);
-  bytes.front() = 0xF0;
-  bytes.back() = 0xF7;
-  return bytes;
-}
+using jacktest::sysexOf;
 
 // `stream` fed in pieces of `piece` bytes, as the MIDI system's transfers come.
 std::vector<Bytes> joined(const Bytes& stream, std::size_t piece, std::size_t limit) {
