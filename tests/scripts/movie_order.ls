@@ -7,13 +7,14 @@ gLog = ["top level"]
 put "top level: the frame", the frame, "tempo", the frameTempo
 
 on prepareMovie
-  append(gLog, "prepareMovie")
+  go = 5 -- a variable may be named go
+  append(gLog, "prepareMovie" && go)
 end
 
 on startMovie
   append(gLog, "startMovie")
   gFrames = 0
-  puppetTempo 60
+  puppetTempo 59.6 -- rounded to whole frames a second
   startTimer
 end
 
@@ -33,6 +34,7 @@ on exitFrame me
   if gFrames = 1 then go to the frame
   if gFrames = 2 then go to frame 1
   if gFrames = 3 then go the frame
+  go(1)
   go loop
 end
 
@@ -48,6 +50,6 @@ end
 on stopMovie
   append(gLog, "stopMovie")
   put gLog
-  put "frames:", gFrames, "the frame:", the frame, "tempo:", the frameTempo
+  put "frames:", gFrames, "the frame:", the frame, "tempo:", the FrameTempo
   put "timer started at startMovie:", the timer <= the ticks
 end

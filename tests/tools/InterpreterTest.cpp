@@ -85,21 +85,16 @@ TEST_F(InterpreterTest, StepsTheRunLoopBetweenTopLevelStatementsAndInWait) {
   EXPECT_EQ(steps, (std::vector<long>{0, 0, 30, 0, 0, 2, 0}));
 }
 
-TEST_F(InterpreterTest, HaltEndsTheRunButNotTheInterpreter) {
-  EXPECT_EQ(run("on f\n  put 1\n  halt\n  put 2\nend\nf()\nput 3"), "-- 1\n");
-  EXPECT_TRUE(interpreter_->halted());
-  EXPECT_FALSE(interpreter_->quitRequested());
-  EXPECT_EQ(run("put 4"), "-- 4\n");
-  EXPECT_FALSE(interpreter_->halted());
-}
-
 // The message window ends when a script quits; a movie stops as for halt.
-TEST_F(InterpreterTest, QuitEndsTheRunAsHaltDoesAndSaysSo) {
-  EXPECT_EQ(run("on f\n  put 1\n  quit\n  put 2\nend\nf()\nput 3"), "-- 1\n");
-  EXPECT_TRUE(interpreter_->halted());
-  EXPECT_TRUE(interpreter_->quitRequested());
-  run("put 4");
-  EXPECT_FALSE(interpreter_->quitRequested());
+TEST_F(InterpreterTest, HaltAndQuitEndTheRunButNotTheInterpreter) {
+  for (const std::string command : {"halt", "quit"}) {
+    EXPECT_EQ(run("on f\n  put 1\n  " + command + "\n  put 2\nend\nf()\nput 3"), "-- 1\n");
+    EXPECT_TRUE(interpreter_->halted());
+    EXPECT_EQ(interpreter_->quitRequested(), command == "quit");
+    EXPECT_EQ(run("put 4"), "-- 4\n");
+    EXPECT_FALSE(interpreter_->halted());
+    EXPECT_FALSE(interpreter_->quitRequested());
+  }
 }
 
 // The ticks and the milliseconds count from the start, the timer from the last startTimer.
@@ -107,14 +102,6 @@ TEST_F(InterpreterTest, TheTimerCountsTicksFromStartTimer) {
   EXPECT_EQ(run("wait(200)\nput the timer >= 12, the ticks >= 12, the milliseconds >= 200\n"
                 "startTimer\nput the timer < 12, the ticks >= 12"),
             "-- 1 1 1\n-- 1 1\n");
-}
-
-TEST_F(InterpreterTest, TheMovieHasOneFramePlayedAtItsTempo) {
-  EXPECT_EQ(run("go to the frame\ngo to frame 1\ngo the frame\ngo loop\ngo(1)\n"
-                "put the frame, the FrameTempo\npuppetTempo 59.6\nput the frameTempo"),
-            "-- 1 30\n-- 60\n");
-  EXPECT_EQ(interpreter_->frameTempo(), 60);
-  EXPECT_EQ(run("go = 5\nput go"), "-- 5\n");
 }
 
 // Limits lowered so that what the real ones stop (a 2 GB string, a list of 16 million) is cheap
@@ -149,17 +136,6 @@ TEST_F(InterpreterTest, StopsAScriptAtItsStepLimit) {
                "The script ran past its limit of 1000 steps");
   // The count starts again with each run.
   EXPECT_EQ(run("put 1 + 1"), "-- 2\n");
-}
-
-TEST_F(InterpreterTest, CallsAHandlerFromTheHost) {
-  run("on double n\n  return n * 2\nend\non stop\n  halt\nend");
-  EXPECT_TRUE(interpreter_->hasHandler("DOUBLE"));
-  EXPECT_FALSE(interpreter_->hasHandler("triple"));
-  EXPECT_EQ(formatValue(interpreter_->call("double", {Value::integer(21)})), "42");
-  EXPECT_FALSE(interpreter_->halted());
-  EXPECT_TRUE(interpreter_->call("stop", {}).isVoid());
-  EXPECT_TRUE(interpreter_->halted());
-  EXPECT_THROW(interpreter_->call("triple", {}), ScriptError);
 }
 
 // The stack check measures the stack it runs on, so on a small one a script within every other

@@ -23,7 +23,8 @@ class ScriptedHost final : public MovieHost {
 
   MovieClock::time_point now() override { return now_; }
   bool waitUntil(MovieClock::time_point deadline) override {
-    waits.push_back(std::chrono::duration_cast<milliseconds>(deadline - kStart));
+    waits.push_back(
+        static_cast<int>(std::chrono::duration_cast<milliseconds>(deadline - kStart).count()));
     if (static_cast<int>(waits.size()) == stopAtWait) stopped_ = true;
     if (stopped_) return true;
     now_ = std::max(now_, deadline);
@@ -40,8 +41,8 @@ class ScriptedHost final : public MovieHost {
   int stopAtWait = 0;
   // How long each frame takes.
   nanoseconds frameCost{milliseconds(1)};
-  // Every deadline waited for, from the start.
-  std::vector<milliseconds> waits;
+  // Every deadline waited for, in milliseconds from the start.
+  std::vector<int> waits;
 
  private:
   std::ostream& out_;
@@ -53,90 +54,56 @@ struct PlayCase {
   std::string name;
   std::string script;
   PlayLimits limits;
-  int stopAtWait = 0;
+  int stopAtWait;
   std::string out;
-  std::string err = "";
-  int status = kExitSuccess;
-  std::vector<milliseconds> waits = {};
+  std::string err;
+  int status;
+  std::vector<int> waits;  // milliseconds from the start
 };
 
-// Handlers that say when they run; a row adds what it tests.
-const std::string kLoggingHandlers =
-    "on startMovie\n  put #startMovie\n  puppetTempo 50\nend\n"
-    "on stopMovie\n  put #stopMovie\nend\n";
+// Handlers that say when they run; a row adds what it tests. That an error in a frame still runs
+// stopMovie is run by movie_error.ls.
+const std::string kStopMovie = "on stopMovie\n  put #stopMovie\nend\n";
+const std::string kLogging =
+    "on startMovie\n  put #startMovie\n  puppetTempo 50\nend\n" + kStopMovie;
+const std::string kFrames =
+    "global n\nn = 0\non enterFrame\n  n = n + 1\n  put #enterFrame, n\nend\n"
+    "on exitFrame\n  put #exitFrame, n\nend\n";
+const std::string kTwoFrames =
+    "-- #startMovie\n-- #enterFrame 1\n-- runLoop\n-- #exitFrame 1\n-- #enterFrame 2\n";
 
-std::vector<PlayCase> playCases() {
-  const std::string frames =
-      "global n\nn = 0\non enterFrame\n  n = n + 1\n  put #enterFrame, n\nend\n"
-      "on exitFrame\n  put #exitFrame, n\nend\n";
-  return {
-      {"HandlersInOrderAtTheTempo",
-       kLoggingHandlers + frames,
-       PlayLimits{3},
-       0,
-       "-- #startMovie\n-- #enterFrame 1\n-- runLoop\n-- #exitFrame 1\n-- #enterFrame 2\n"
-       "-- runLoop\n-- #exitFrame 2\n-- #enterFrame 3\n-- runLoop\n-- #exitFrame 3\n"
-       "-- #stopMovie\n",
-       "",
-       kExitSuccess,
-       {milliseconds(20), milliseconds(40)}},
-      {"HaltInEnterFrameEndsPlayThere",
-       kLoggingHandlers + "global n\nn = 0\non enterFrame\n  n = n + 1\n  put #enterFrame, n\n"
-                          "  if n = 2 then halt\nend\non exitFrame\n  put #exitFrame, n\nend\n",
-       PlayLimits{},
-       0,
-       "-- #startMovie\n-- #enterFrame 1\n-- runLoop\n-- #exitFrame 1\n-- #enterFrame 2\n"
-       "-- #stopMovie\n",
-       "",
-       kExitSuccess,
-       {milliseconds(20)}},
-      {"QuitInStartMovieSkipsTheFrames",
-       "on startMovie\n  put #startMovie\n  quit\n  put #after\nend\n"
-       "on stopMovie\n  put #stopMovie\nend\n" +
-           frames,
-       PlayLimits{}, 0, "-- #startMovie\n-- #stopMovie\n"},
-      {"ErrorInAFrameStillStopsTheMovie",
-       kLoggingHandlers + "on exitFrame\n  put #exitFrame\n  put 1 / 0\nend\n", PlayLimits{}, 0,
-       "-- #startMovie\n-- runLoop\n-- #exitFrame\n-- #stopMovie\n",
-       "Script error: Division by zero (movie.ls:10)\n", kExitScriptError},
-      {"ErrorInStartMovieSkipsTheFrames",
-       "on startMovie\n  x = y\nend\non stopMovie\n  put #stopMovie\nend\n" + frames, PlayLimits{},
-       0, "-- #stopMovie\n",
-       "Script error: Variable used before assigned a value: y (movie.ls:2)\n", kExitScriptError},
-      {"ErrorsInAFrameAndInStopMovieBothShow",
-       "on exitFrame\n  put #exitFrame\n  go to frame 3\nend\non stopMovie\n  put #stopMovie\n"
-       "  closeEverything\nend\n",
-       PlayLimits{}, 0, "-- runLoop\n-- #exitFrame\n-- #stopMovie\n",
-       "Script error: go: there is no frame 3; the movie has one frame (movie.ls:3)\n"
-       "Script error: Handler not defined: closeEverything (movie.ls:7)\n",
-       kExitScriptError},
-      {"StopRequestedWhileWaiting",
-       kLoggingHandlers + frames,
-       PlayLimits{},
-       2,
-       "-- #startMovie\n-- #enterFrame 1\n-- runLoop\n-- #exitFrame 1\n-- #enterFrame 2\n"
-       "-- runLoop\n-- #exitFrame 2\n-- #stopMovie\n",
-       "",
-       kExitSuccess,
-       {milliseconds(20), milliseconds(40)}},
-      {"TimeLimitWaitsOutItsEnd",
-       kLoggingHandlers + "on exitFrame\nend\n",
-       PlayLimits{0, milliseconds(50)},
-       0,
-       "-- #startMovie\n-- runLoop\n-- runLoop\n-- runLoop\n-- #stopMovie\n",
-       "",
-       kExitSuccess,
-       {milliseconds(20), milliseconds(40), milliseconds(50)}},
-      {"WithoutFrameHandlersOnlyTheRunLoopPlays",
-       kLoggingHandlers,
-       PlayLimits{2},
-       0,
-       "-- #startMovie\n-- runLoop\n-- runLoop\n-- #stopMovie\n",
-       "",
-       kExitSuccess,
-       {milliseconds(20)}},
-  };
-}
+// Laid out by hand: clang-format would give every field of a row a line of its own.
+// clang-format off
+const PlayCase kPlayCases[] = {
+  {"HandlersInOrderAtTheTempo", kLogging + kFrames, PlayLimits{3}, 0,
+   kTwoFrames + "-- runLoop\n-- #exitFrame 2\n-- #enterFrame 3\n-- runLoop\n-- #exitFrame 3\n"
+                "-- #stopMovie\n", "", kExitSuccess, {20, 40}},
+  {"HaltInEnterFrameEndsPlayThere",
+   kLogging + "global n\nn = 0\non enterFrame\n  n = n + 1\n  put #enterFrame, n\n"
+              "  if n = 2 then halt\nend\non exitFrame\n  put #exitFrame, n\nend\n",
+   PlayLimits{}, 0, kTwoFrames + "-- #stopMovie\n", "", kExitSuccess, {20}},
+  {"QuitInStartMovieSkipsTheFrames",
+   "on startMovie\n  put #startMovie\n  quit\n  put #after\nend\n" + kStopMovie + kFrames,
+   PlayLimits{}, 0, "-- #startMovie\n-- #stopMovie\n", "", kExitSuccess, {}},
+  {"ErrorInStartMovieSkipsTheFrames",
+   "on startMovie\n  x = y\nend\n" + kStopMovie + kFrames, PlayLimits{}, 0,
+   "-- #stopMovie\n", "Script error: Variable used before assigned a value: y (movie.ls:2)\n",
+   kExitScriptError, {}},
+  {"ErrorsInAFrameAndInStopMovieBothShow",
+   "on exitFrame\n  put #exitFrame\n  go to frame 3\nend\n"
+   "on stopMovie\n  put #stopMovie\n  closeEverything\nend\n",
+   PlayLimits{}, 0, "-- runLoop\n-- #exitFrame\n-- #stopMovie\n",
+   "Script error: go: there is no frame 3; the movie has one frame (movie.ls:3)\n"
+   "Script error: Handler not defined: closeEverything (movie.ls:7)\n", kExitScriptError, {}},
+  {"StopRequestedWhileWaiting", kLogging + kFrames, PlayLimits{}, 2,
+   kTwoFrames + "-- runLoop\n-- #exitFrame 2\n-- #stopMovie\n", "", kExitSuccess, {20, 40}},
+  {"TimeLimitWaitsOutItsEnd", kLogging + "on exitFrame\nend\n", PlayLimits{0, milliseconds(50)},
+   0, "-- #startMovie\n-- runLoop\n-- runLoop\n-- runLoop\n-- #stopMovie\n", "", kExitSuccess,
+   {20, 40, 50}},
+  {"WithoutFrameHandlersOnlyTheRunLoopPlays", kLogging, PlayLimits{2}, 0,
+   "-- #startMovie\n-- runLoop\n-- runLoop\n-- #stopMovie\n", "", kExitSuccess, {20}},
+};
+// clang-format on
 
 class Playing : public testing::TestWithParam<PlayCase> {};
 
@@ -154,7 +121,7 @@ TEST_P(Playing, RunsTheHandlersAndStops) {
   EXPECT_EQ(host.waits, row.waits);
 }
 
-INSTANTIATE_TEST_SUITE_P(Movie, Playing, testing::ValuesIn(playCases()),
+INSTANTIATE_TEST_SUITE_P(Movie, Playing, testing::ValuesIn(kPlayCases),
                          [](const testing::TestParamInfo<PlayCase>& info) {
                            return info.param.name;
                          });
@@ -181,22 +148,22 @@ TEST_P(Schedule, StartsFramesOnTheGrid) {
   EXPECT_EQ(starts, row.starts);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Movie, Schedule,
-    testing::Values(ScheduleCase{"OnTime", {{5, 50}, {25, 50}, {45, 50}}, {20, 40, 60}},
-                    // Frame 2 (20 to 45 ms) overruns: frame 3 starts at once, frame 4 on time.
-                    ScheduleCase{"AnOverrunDelaysOnlyTheNextFrame",
-                                 {{5, 50}, {45, 50}, {50, 50}},
-                                 {20, 45, 60}},
-                    // Points that went by are skipped, not played in a burst.
-                    ScheduleCase{"ALongOverrunSkipsThePointsItMissed",
-                                 {{5, 50}, {95, 50}, {97, 50}},
-                                 {20, 95, 100}},
-                    // The new grid starts at the frame that played (20 ms), 40 ms apart.
-                    ScheduleCase{"ANewTempoStartsAGridAtTheFrameThatPlayed",
-                                 {{5, 50}, {25, 25}, {70, 25}},
-                                 {20, 60, 100}}),
-    [](const testing::TestParamInfo<ScheduleCase>& info) { return info.param.name; });
+// clang-format off
+const ScheduleCase kScheduleCases[] = {
+  {"OnTime", {{5, 50}, {25, 50}, {45, 50}}, {20, 40, 60}},
+  // Frame 2 (20 to 45 ms) overruns: frame 3 starts at once, frame 4 on time.
+  {"AnOverrunDelaysOnlyTheNextFrame", {{5, 50}, {45, 50}, {50, 50}}, {20, 45, 60}},
+  // Points that went by are skipped, not played in a burst.
+  {"ALongOverrunSkipsThePointsItMissed", {{5, 50}, {95, 50}, {97, 50}}, {20, 95, 100}},
+  // The new grid starts at the frame that played (20 ms), 40 ms apart.
+  {"ANewTempoStartsAGridAtTheFrameThatPlayed", {{5, 50}, {25, 25}, {70, 25}}, {20, 60, 100}},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(Movie, Schedule, testing::ValuesIn(kScheduleCases),
+                         [](const testing::TestParamInfo<ScheduleCase>& info) {
+                           return info.param.name;
+                         });
 
 // A third of a frame's nanosecond is lost at every frame of 30 a second if the period is
 // rounded once and added up; the grid is exact, so 3000 frames start exactly 100 s apart.
