@@ -66,8 +66,6 @@ std::string error(int line, const std::string& message) {
   return "Script error: " + message + " (" + kScriptName + ":" + std::to_string(line) + ")\n";
 }
 
-const std::string kNestList60000 = "l = []\nrepeat with i = 1 to 60000\n  l = [l]\nend repeat\n";
-
 // 500 calls, each with expressions nested as deep as the parser allows, fit the tool's stack,
 // except under the sanitizers, whose script stacks are smaller (ScriptThread.h).
 Row deepestRecursion() {
@@ -86,48 +84,43 @@ Row deepestRecursion() {
 }
 
 std::vector<Row> rows() {
+  const std::string recursion =
+      "on f n\n  if n = 0 then return 0\n  return f(n - 1)" + repeated(" + 1", 80) + "\nend\n";
+  const std::string nest = "l = []\nrepeat with i = 1 to 60000\n  l = [l]\nend repeat\n";
+  const std::string doubling = "s = \"x\"\nrepeat with i = 1 to 30\n  s = s & s\nend repeat\n";
+  // Laid out by hand: clang-format would give every field of a row a line of its own.
+  // clang-format off
   return {
-      {"SumOf50000Terms", "put " + joined("1", "+", 50000) + "\n", 0, "-- 50000\n", ""},
-      {"ConcatenationOf50000Terms", "put " + joined("\"a\"", " & ", 50000) + "\n", 0,
-       "-- \"" + std::string(50000, 'a') + "\"\n", ""},
-      {"AndOf50000Terms", "put " + joined("1", " and ", 50000) + "\n", 0, "-- 1\n", ""},
-      {"IndexOf50000Terms", "l = [0]\nl[1] = l\nput l" + repeated("[1]", 50000) + "\n", 0,
-       "-- [[...]]\n", ""},
-      {"PropertyOf50000Terms", "x = 5\nput x" + repeated(".ilk", 50000) + "\n", 0, "-- #symbol\n",
-       ""},
-      {"BranchNeverRunOf300000Terms", "if 0 then put " + joined("1", "+", 300000) + "\n", 0, "",
-       ""},
-      {"Recursion450DeepWith80Terms",
-       "on f n\n  if n = 0 then return 0\n  return f(n - 1)" + repeated(" + 1", 80) +
-           "\nend\nput f(450)\n",
-       0, "-- 36000\n", ""},
-      {"RecursionPastTheCallLimit",
-       "on f n\n  if n = 0 then return 0\n  return f(n - 1)" + repeated(" + 1", 80) +
-           "\nend\nput f(100000)\n",
-       1, "", error(3, "Handlers nested too deeply (more than 500 calls) in f")},
-      deepestRecursion(),
-      {"ListNested60000DeepPrintedComparedCopied",
-       kNestList60000 + "put string(l)\nput duplicate(l) = l\n", 0,
-       "-- \"" + repeated("[", 60001) + repeated("]", 60001) + "\"\n-- 1\n", ""},
-      {"ListNested200000DeepFreed",
-       "l = []\nrepeat with i = 1 to 200000\n  l = [l]\nend repeat\nl = 0\nput l\n", 0, "-- 0\n",
-       ""},
-      {"CyclesHoldingAnOpenInstance",
-       "on f\n  m = new(xtra \"Tonvik\")\n  m.Init()\n  put m.OpenInput(1, 1024)\n"
-       "  l = [m]\n  add(l, l)\nend\nf()\nput hostLiveValues()\n"
-       "l = [1]\nadd(l, l)\nl = 0\n",
-       0, "-- [#code: 0, #text: \"No error\"]\n-- 0\n", ""},
-      {"OutOfMemoryWithAnOpenInstance",
-       "m = new(xtra \"Tonvik\")\nm.Init()\nl = [m]\nadd(l, l)\nm = 0\ns = \"x\"\n"
-       "repeat while 1\n  s = s & s\nend repeat\n",
-       1, "", error(8, "Out of memory"), Needs::AddressSpaceLimit},
-      {"StringOf2Pow31Bytes",
-       "s = \"x\"\nrepeat with i = 1 to 30\n  s = s & s\nend repeat\nput length(s)\n"
-       "put length(s & s)\n",
-       1, "-- 1073741824\n", error(6, "String too long: 2147483648 bytes (at most 2147483647)"),
-       Needs::LargeMemory},
-      {"ByteOrderMarkAndCrLf", "\xEF\xBB\xBFput 1\r\nput 2\r\n", 0, "-- 1\n-- 2\n", ""},
+    {"SumOf50000Terms", "put " + joined("1", "+", 50000) + "\n", 0, "-- 50000\n", ""},
+    {"ConcatenationOf50000Terms", "put " + joined("\"a\"", " & ", 50000) + "\n", 0,
+     "-- \"" + std::string(50000, 'a') + "\"\n", ""},
+    {"AndOf50000Terms", "put " + joined("1", " and ", 50000) + "\n", 0, "-- 1\n", ""},
+    {"IndexOf50000Terms", "l = [0]\nl[1] = l\nput l" + repeated("[1]", 50000) + "\n", 0,
+     "-- [[...]]\n", ""},
+    {"PropertyOf50000Terms", "x = 5\nput x" + repeated(".ilk", 50000) + "\n", 0, "-- #symbol\n",
+     ""},
+    {"BranchNeverRunOf300000Terms", "if 0 then put " + joined("1", "+", 300000) + "\n", 0, "", ""},
+    {"Recursion450DeepWith80Terms", recursion + "put f(450)\n", 0, "-- 36000\n", ""},
+    {"RecursionPastTheCallLimit", recursion + "put f(100000)\n", 1, "",
+     error(3, "Handlers nested too deeply (more than 500 calls) in f")},
+    deepestRecursion(),
+    {"ListNested60000DeepPrintedComparedCopied", nest + "put string(l)\nput duplicate(l) = l\n", 0,
+     "-- \"" + repeated("[", 60001) + repeated("]", 60001) + "\"\n-- 1\n", ""},
+    {"ListNested200000DeepFreed",
+     "l = []\nrepeat with i = 1 to 200000\n  l = [l]\nend repeat\nl = 0\nput l\n", 0, "-- 0\n", ""},
+    {"CyclesHoldingAnOpenInstance",
+     "on f\n  m = new(xtra \"Tonvik\")\n  m.Init()\n  put m.OpenInput(1, 1024)\n"
+     "  l = [m]\n  add(l, l)\nend\nf()\nput hostLiveValues()\nl = [1]\nadd(l, l)\nl = 0\n",
+     0, "-- [#code: 0, #text: \"No error\"]\n-- 0\n", ""},
+    {"OutOfMemoryWithAnOpenInstance",
+     "m = new(xtra \"Tonvik\")\nm.Init()\nl = [m]\nadd(l, l)\nm = 0\ns = \"x\"\n"
+     "repeat while 1\n  s = s & s\nend repeat\n",
+     1, "", error(8, "Out of memory"), Needs::AddressSpaceLimit},
+    {"StringOf2Pow31Bytes", doubling + "put length(s)\nput length(s & s)\n", 1, "-- 1073741824\n",
+     error(6, "String too long: 2147483648 bytes (at most 2147483647)"), Needs::LargeMemory},
+    {"ByteOrderMarkAndCrLf", "\xEF\xBB\xBFput 1\r\nput 2\r\n", 0, "-- 1\n-- 2\n", ""},
   };
+  // clang-format on
 }
 
 long availableKilobytes() {

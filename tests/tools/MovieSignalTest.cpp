@@ -13,28 +13,9 @@ using namespace tonvik::testing;
 // Time for a sanitizer build on a busy machine to start playing, and to stop.
 constexpr std::chrono::seconds kPatience{60};
 
-// Opens both ports on the loopback bus and keeps notes going round it; stopMovie closes the
-// ports but leaves the instance in its global, for the tool to release.
-const std::string kMovie = R"(global gMidi, gFrames
-on startMovie
-  gMidi = new(xtra "Tonvik")
-  gMidi.Init()
-  gMidi.OpenInput(1, 4096)
-  gMidi.OpenOutput(1)
-  gFrames = 0
-end
-on exitFrame
-  gFrames = gFrames + 1
-  gMidi.SendMessage([#noteOn, 1, 60, 100])
-  received = gMidi.GetPendingMessages()
-  if gFrames = 3 then put "playing"
-  go to the frame
-end
-on stopMovie
-  put "stopMovie", gMidi.CloseInput().code, gMidi.CloseOutput().code
-  put "values held:", hostLiveValues() > 0
-end
-)";
+// movie_signal.ls plays until stopped; as a script test it stops after three frames, and prints
+// then what it prints here.
+const std::string kMovie = slurp(TONVIK_SCRIPTS_DIR "/movie_signal.ls");
 
 struct SignalCase {
   std::string name;
