@@ -92,72 +92,50 @@ struct Step {
 
 TEST_F(InputQueueTest, SysexAssemblyAndTheShortMessagesHeldMeanwhile) {
   using S = Step;
+  // Laid out by hand: clang-format would give every step a line of its own.
+  // clang-format off
   const struct {
     const char* name;
     std::vector<Step> steps;
     const char* pending;
   } cases[] = {
       {"chunks make one record stamped with the first",
-       {{S::Time, {}, 10},
-        {S::Start, {0xF0, 0x7D, 0x01}},
-        {S::Time, {}, 20},
-        {S::More, {0x02}},
+       {{S::Time, {}, 10}, {S::Start, {0xF0, 0x7D, 0x01}}, {S::Time, {}, 20}, {S::More, {0x02}},
         {S::More, {0xF7}}},
        "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 2], #timestamp: 10]]"},
       {"bytes behind an inner F7 belong to the record",
        {{S::Start, {0xF0, 0x7D, 0x01, 0xF7, 0xF0, 0x7E, 0x02, 0xF7}},
-        {S::Start, {0xF0, 0x10, 0x01}},
-        {S::More, {0xF7, 0x05, 0xF7}},
-        {S::Start, {0xF0, 0xF7, 0x03, 0xF7}},
-        {S::Short, {0xFA}}},
+        {S::Start, {0xF0, 0x10, 0x01}}, {S::More, {0xF7, 0x05, 0xF7}},
+        {S::Start, {0xF0, 0xF7, 0x03, 0xF7}}, {S::Short, {0xFA}}},
        "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 247, 240, 126, 2], "
        "#timestamp: 0], "
        "[#type: #systemExclusive, #manufacturerID: 16, #data: [1, 247, 5], #timestamp: 0], "
        "[#type: #systemExclusive, #manufacturerID: 247, #data: [3], #timestamp: 0], "
        "[#type: #start, #timestamp: 0]]"},
       {"short messages meanwhile follow it in arrival order",
-       {{S::Time, {}, 1},
-        {S::Start, {0xF0, 0x7D, 0x01}},
-        {S::Time, {}, 2},
-        {S::Short, {0xF8}},
-        {S::Time, {}, 3},
-        {S::Short, {0x91, 60, 0}},
-        {S::More, {0x02, 0xF7}}},
+       {{S::Time, {}, 1}, {S::Start, {0xF0, 0x7D, 0x01}}, {S::Time, {}, 2}, {S::Short, {0xF8}},
+        {S::Time, {}, 3}, {S::Short, {0x91, 60, 0}}, {S::More, {0x02, 0xF7}}},
        "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 2], #timestamp: 1], "
        "[#type: #clock, #timestamp: 2], "
        "[#type: #noteOff, #channel: 2, #number: 60, #velocity: 0, #timestamp: 3]]"},
       {"a closing F7 alone ends it like a last chunk; with nothing to end it is dropped",
-       {{S::Short, {0xF7}},
-        {S::Time, {}, 4},
-        {S::Start, {0xF0, 0x7D, 0x01}},
-        {S::Time, {}, 5},
-        {S::Short, {0xF8}},
-        {S::Short, {0xF7, 0x12, 0x34}},
-        {S::Short, {0xF7}},
-        {S::Short, {0xFA}}},
+       {{S::Short, {0xF7}}, {S::Time, {}, 4}, {S::Start, {0xF0, 0x7D, 0x01}}, {S::Time, {}, 5},
+        {S::Short, {0xF8}}, {S::Short, {0xF7, 0x12, 0x34}}, {S::Short, {0xF7}}, {S::Short, {0xFA}}},
        "[[#type: #systemExclusive, #manufacturerID: 125, #data: [1], #timestamp: 4], "
        "[#type: #clock, #timestamp: 5], [#type: #start, #timestamp: 5]]"},
+      // At 700 ms, 500 ms after the last chunk, it still waits; at 701 it is given up.
       {"a message more than 500 ms after the last chunk gives the unfinished one up",
-       {{S::Start, {0xF0, 0x7D, 0x01}},
-        {S::Time, {}, 200},
-        {S::More, {0x02}},
-        {S::Time, {}, 700},  // 500 ms after the last chunk: still waiting
-        {S::Short, {0xF8}},
-        {S::Time, {}, 701},
-        {S::Short, {0xFA}},
-        {S::More, {0x03, 0xF7}},
+       {{S::Start, {0xF0, 0x7D, 0x01}}, {S::Time, {}, 200}, {S::More, {0x02}}, {S::Time, {}, 700},
+        {S::Short, {0xF8}}, {S::Time, {}, 701}, {S::Short, {0xFA}}, {S::More, {0x03, 0xF7}},
         {S::Short, {0xFC}}},
        "[[#type: #clock, #timestamp: 700], [#type: #start, #timestamp: 701], "
        "[#type: #stop, #timestamp: 701]]"},
       {"a timer reset counts as long after",
-       {{S::Time, {}, 10},
-        {S::Start, {0xF0, 0x7D, 0x01}},
-        {S::Short, {0xF8}},
-        {S::Time, {}, 9},
-        {S::Short, {0xFA}},
-        {S::More, {0xF7}}},
+       {{S::Time, {}, 10}, {S::Start, {0xF0, 0x7D, 0x01}}, {S::Short, {0xF8}}, {S::Time, {}, 9},
+        {S::Short, {0xFA}}, {S::More, {0xF7}}},
        "[[#type: #clock, #timestamp: 10], [#type: #start, #timestamp: 9]]"},
   };
+  // clang-format on
   for (const auto& c : cases) {
     platform_.time = 0;
     for (const Step& step : c.steps) {
