@@ -67,18 +67,19 @@ TEST(InputQueueSizing, SizesReopeningAndAllocationFailure) {
 TEST_F(InputQueueTest, RecordsWrapAroundTheEndOfTheRingAtEveryOffset) {
   for (std::uint32_t offset = 0; offset < TonvikBaseInternals::size(platform_); ++offset) {
     moveWritePositionTo(offset);
-    platform_.time = 0x7F00FF01;
+    // Negative: the stamp is handed over as a signed 32-bit integer.
+    platform_.time = static_cast<std::int32_t>(0x8100FF01);
     platform_.receiveShort(0xE3, 0x7F, 0x7F);
     platform_.receive({0xF0, 0x7D, 0x01, 0x02, 0xF7});
     platform_.receive({0xF0, 0x01, 0x05, 0xF7, 0x06, 0xF7});
     platform_.receiveShort(0xD2, 0x40);
     ASSERT_EQ(pending(),
-              "[[#type: #pitchBend, #channel: 4, #amount: 8191, #timestamp: 2130771713], "
+              "[[#type: #pitchBend, #channel: 4, #amount: 8191, #timestamp: -2130641151], "
               "[#type: #systemExclusive, #manufacturerID: 125, #data: [1, 2], "
-              "#timestamp: 2130771713], "
+              "#timestamp: -2130641151], "
               "[#type: #systemExclusive, #manufacturerID: 1, #data: [5, 247, 6], "
-              "#timestamp: 2130771713], "
-              "[#type: #channelPressure, #channel: 3, #number: 64, #timestamp: 2130771713]]")
+              "#timestamp: -2130641151], "
+              "[#type: #channelPressure, #channel: 3, #number: 64, #timestamp: -2130641151]]")
         << "offset " << offset;
   }
 }

@@ -1,7 +1,6 @@
 // Lingo message lists to MIDI bytes and back: what each type sends, what receiving those bytes
 // yields, and the census after every call. The error codes of SendMessage, in their order, and
 // system-exclusive messages out and in are run by xtra_messages.ls.
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -63,12 +62,6 @@ TEST_F(MessageConversionTest, EveryKindSendsItsBytesAndReceivesAsTheListThatSend
       EXPECT_EQ(store_.liveValues(), live) << received;
     }
   }
-}
-
-TEST_F(MessageConversionTest, TimestampIsHandedOverAsASigned32BitInteger) {
-  platform_.time = std::numeric_limits<std::int32_t>::min();
-  platform_.receiveShort(0xF8);
-  EXPECT_EQ(next(), "[#type: #clock, #timestamp: -2147483648]");
 }
 
 TEST_F(MessageConversionTest, FailingHostOperationsGiveTheirCodesAndLoseNoQueuedMessage) {

@@ -53,12 +53,6 @@ class InstanceTest : public ::testing::Test {
     ASSERT_EQ(instance->OpenInput(0, queueSize), 0);
     ASSERT_EQ(instance->OpenOutput(0), 0);
   }
-  // Sends and releases the message.
-  std::int32_t send(LingoValue message) {
-    const std::int32_t code = instance->SendMessage(&message);
-    values.releaseAll();
-    return code;
-  }
 
   director::ValueStore store;
   LingoValues values{store};

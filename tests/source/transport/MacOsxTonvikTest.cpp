@@ -28,7 +28,8 @@ TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientRefere
   ASSERT_EQ(second->Init(), 0);
   ASSERT_EQ(instance->Init(), 0);  // again below: references must stay balanced
   openLoopback();
-  ASSERT_EQ(send(values.sysex(125, {1, 2, 3})), 0);
+  LingoValue sysex = values.sysex(125, {1, 2, 3});
+  ASSERT_EQ(instance->SendMessage(&sysex), 0);
   ASSERT_TRUE(midisystem::waitUntilDelivered());
   ASSERT_TRUE(instance->MessagesPending());
   instance.reset();
