@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(PacketListTest, PacketsArePackedBehindTheLastDataByte) {
+TEST(PacketListTest, PacketsArePackedBehindTheLastDataByteWhileTheyFit) {
   alignas(8) Byte storage[128];
   auto* list = reinterpret_cast<MIDIPacketList*>(storage);
   MIDIPacket* packet = MIDIPacketListInit(list);
@@ -29,17 +29,14 @@ TEST(PacketListTest, PacketsArePackedBehindTheLastDataByte) {
   EXPECT_EQ(time, 7u);
   EXPECT_EQ(length, 1);
   EXPECT_EQ(second->data[0], 0xF8);
-}
 
-TEST(PacketListTest, AddRefusesWhatDoesNotFit) {
-  alignas(8) Byte storage[4 + 10 + 3];
-  auto* list = reinterpret_cast<MIDIPacketList*>(storage);
-  MIDIPacket* packet = MIDIPacketListInit(list);
-  const Byte bytes[] = {0x90, 0x3C, 0x64, 0x00};
-  EXPECT_EQ(MIDIPacketListAdd(list, sizeof storage, packet, 0, 4, bytes), nullptr);
-  EXPECT_EQ(list->numPackets, 0u);
-  EXPECT_NE(MIDIPacketListAdd(list, sizeof storage, packet, 0, 3, bytes), nullptr);
-  EXPECT_EQ(list->numPackets, 1u);
+  // A packet that would pass the list's size is refused: 28 bytes used, room for 13 more.
+  const std::size_t listSize = 28 + 10 + 3;
+  const Byte four[] = {0x90, 0x3C, 0x64, 0x00};
+  EXPECT_EQ(MIDIPacketListAdd(list, listSize, second, 9, 4, four), nullptr);
+  EXPECT_EQ(list->numPackets, 2u);
+  EXPECT_NE(MIDIPacketListAdd(list, listSize, second, 9, 3, four), nullptr);
+  EXPECT_EQ(list->numPackets, 3u);
 }
 
 }  // namespace

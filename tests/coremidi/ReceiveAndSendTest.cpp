@@ -5,7 +5,6 @@
 #include <functional>
 #include <future>
 #include <initializer_list>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -42,33 +41,18 @@ struct OnePacket {
   }
 };
 
-using virtualmidi::Packet;
-
-// What a read procedure saw, written on the receive thread and read once deliveries are done.
-// Delivery to read procedures until disconnection is what xtra_packets.ls shows.
-struct Received {
-  std::mutex mutex;
-  std::vector<Packet> packets;
-
-  static void readProc(const MIDIPacketList* list, void* refCon, void*) {
-    auto* self = static_cast<Received*>(refCon);
-    std::lock_guard lock(self->mutex);
-    const MIDIPacket* packet = list->packet;
-    for (UInt32 i = 0; i < list->numPackets; ++i) {
-      const Byte* data = reinterpret_cast<const Byte*>(packet) + kMIDIPacketHeaderSize;
-      self->packets.emplace_back(data, data + packet->length);
-      packet = MIDIPacketNext(packet);
-    }
-  }
-};
+// Packets the read procedure was handed, counted on the receive thread and read once deliveries
+// are done. What it is handed until disconnection is what xtra_packets.ls shows.
+void countPackets(const MIDIPacketList* list, void* refCon, void*) {
+  static_cast<std::atomic<std::size_t>*>(refCon)->fetch_add(list->numPackets);
+}
 
 class ReceiveAndSendTest : public ::testing::Test {
  protected:
   void SetUp() override {
     virtualmidi::replaceSetup(virtualmidi::defaultSetup());
     ASSERT_EQ(MIDIClientCreate(nullptr, nullptr, nullptr, &client_), noErr);
-    ASSERT_EQ(MIDIInputPortCreate(client_, nullptr, &Received::readProc, &received_, &input_),
-              noErr);
+    ASSERT_EQ(MIDIInputPortCreate(client_, nullptr, &countPackets, &received_, &input_), noErr);
     ASSERT_EQ(MIDIOutputPortCreate(client_, nullptr, &output_), noErr);
     source_ = virtualmidi::findSource(virtualmidi::kDefaultDeviceName);
     destination_ = virtualmidi::findDestination(virtualmidi::kDefaultDeviceName);
@@ -81,7 +65,7 @@ class ReceiveAndSendTest : public ::testing::Test {
     virtualmidi::takeCaptured(destination_);
   }
 
-  Received received_;
+  std::atomic<std::size_t> received_{0};
   MIDIClientRef client_ = 0;
   MIDIPortRef input_ = 0;
   MIDIPortRef output_ = 0;
@@ -123,59 +107,44 @@ struct Blocking {
   }
 };
 
-enum class Teardown { Disconnect, DisposePort, DisposeClient };
-
-class WaitForReadProcTest : public ::testing::TestWithParam<Teardown> {};
-
-TEST_P(WaitForReadProcTest, ReturnsOnlyAfterTheReadProcedureInFlightHasFinished) {
-  virtualmidi::replaceSetup(virtualmidi::defaultSetup());
-  const MIDIEndpointRef source = virtualmidi::findSource(virtualmidi::kDefaultDeviceName);
-  MIDIClientRef client = 0;
-  MIDIPortRef port = 0;
-  Blocking blocking;
-  ASSERT_EQ(MIDIClientCreate(nullptr, nullptr, nullptr, &client), noErr);
-  ASSERT_EQ(MIDIInputPortCreate(client, nullptr, &Blocking::readProc, &blocking, &port), noErr);
-  ASSERT_EQ(MIDIPortConnectSource(port, source, nullptr), noErr);
-
-  std::thread injector([source] { virtualmidi::inject(source, {{0xF8}}); });
-  blocking.entered.get_future().wait();
-  std::atomic<bool> returned{false};
-  bool finishedWhenReturned = false;
-  std::thread closer([&] {
-    switch (GetParam()) {
-      case Teardown::Disconnect:
+TEST(WaitForReadProc, EveryTeardownReturnsOnlyAfterTheReadProcedureInFlightHasFinished) {
+  const std::function<void(MIDIClientRef, MIDIPortRef, MIDIEndpointRef)> teardowns[] = {
+      [](MIDIClientRef, MIDIPortRef port, MIDIEndpointRef source) {
         MIDIPortDisconnectSource(port, source);
-        break;
-      case Teardown::DisposePort:
-        MIDIPortDispose(port);
-        break;
-      case Teardown::DisposeClient:
-        MIDIClientDispose(client);
-        break;
+      },
+      [](MIDIClientRef, MIDIPortRef port, MIDIEndpointRef) { MIDIPortDispose(port); },
+      [](MIDIClientRef client, MIDIPortRef, MIDIEndpointRef) { MIDIClientDispose(client); },
+  };
+  for (std::size_t way = 0; way < std::size(teardowns); ++way) {
+    virtualmidi::replaceSetup(virtualmidi::defaultSetup());
+    const MIDIEndpointRef source = virtualmidi::findSource(virtualmidi::kDefaultDeviceName);
+    MIDIClientRef client = 0;
+    MIDIPortRef port = 0;
+    Blocking blocking;
+    ASSERT_EQ(MIDIClientCreate(nullptr, nullptr, nullptr, &client), noErr);
+    ASSERT_EQ(MIDIInputPortCreate(client, nullptr, &Blocking::readProc, &blocking, &port), noErr);
+    ASSERT_EQ(MIDIPortConnectSource(port, source, nullptr), noErr);
+
+    std::thread injector([source] { virtualmidi::inject(source, {{0xF8}}); });
+    blocking.entered.get_future().wait();
+    std::atomic<bool> returned{false};
+    bool finishedWhenReturned = false;
+    std::thread closer([&] {
+      teardowns[way](client, port, source);
+      finishedWhenReturned = blocking.finished.load(std::memory_order_acquire);
+      returned.store(true);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(returned.load()) << way;
+    blocking.release.set_value();
+    closer.join();
+    injector.join();
+    EXPECT_TRUE(finishedWhenReturned) << way;
+    if (way + 1 < std::size(teardowns)) {
+      EXPECT_EQ(MIDIClientDispose(client), noErr) << way;
     }
-    finishedWhenReturned = blocking.finished.load(std::memory_order_acquire);
-    returned.store(true);
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  EXPECT_FALSE(returned.load());
-  blocking.release.set_value();
-  closer.join();
-  injector.join();
-  EXPECT_TRUE(finishedWhenReturned);
-  if (GetParam() != Teardown::DisposeClient) {
-    EXPECT_EQ(MIDIClientDispose(client), noErr);
   }
 }
-
-std::string teardownName(const ::testing::TestParamInfo<Teardown>& info) {
-  static const char* const kNames[] = {"Disconnect", "DisposePort", "DisposeClient"};
-  return kNames[static_cast<int>(info.param)];
-}
-
-INSTANTIATE_TEST_SUITE_P(AllWays, WaitForReadProcTest,
-                         ::testing::Values(Teardown::Disconnect, Teardown::DisposePort,
-                                           Teardown::DisposeClient),
-                         teardownName);
 
 // Counts completions; set on the system-exclusive thread, read after waitUntilDelivered.
 struct Completion {
@@ -234,9 +203,7 @@ TEST_F(ReceiveAndSendTest, SysexGoesOutInPiecesThatNeverLeaveTheClosingByteAlone
     }
     EXPECT_EQ(chunks, c.chunks) << c.size;
     EXPECT_EQ(joined, bytes) << c.size;
-    std::lock_guard lock(received_.mutex);
-    EXPECT_EQ(received_.packets.size(), c.chunks.size()) << c.size;
-    received_.packets.clear();
+    EXPECT_EQ(received_.exchange(0), c.chunks.size()) << c.size;
   }
 }
 
