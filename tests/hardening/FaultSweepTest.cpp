@@ -22,6 +22,8 @@ using midisystem::Failure;
 
 const std::string kOk = "[#code: 0, #text: \"No error\"]";
 const std::string kDriver = "[#code: 3, #text: \"Internal driver error\"]";
+const std::string kUnpacking =
+    "[#code: 9, #text: \"An error occurred while unpacking the message\"]";
 const std::string kNoMemory = "[#code: 16, #text: \"Not enough memory to complete the operation\"]";
 
 using Fault = std::function<void(ValueStore&)>;
@@ -89,11 +91,13 @@ const Scenario kScenarios[] = {
       {midi(Failure::ConnectSource), "OpenInput", kDriver, Pass::Port},
       {nullptr, "OpenInput", kOk, Pass::Port}}},
     // A failed short send is silent, but nothing more goes out until the output is reopened.
-    {"SendsFail", openBothThen({{midi(Failure::SendSysex), "SendMessage", kDriver, Pass::Sysex},
-                                {allocations(), "SendMessage", kNoMemory, Pass::Sysex},
-                                {nullptr, "SendMessage", kOk, Pass::Sysex},
-                                {midi(Failure::Send), "SendMessage", kOk, Pass::NoteOn},
-                                {nullptr, "SendMessage", kDriver, Pass::Sysex}})},
+    {"SendsFail",
+     openBothThen({{midi(Failure::SendSysex), "SendMessage", kDriver, Pass::Sysex},
+                   {allocations(), "SendMessage", kNoMemory, Pass::Sysex},
+                   {host(HostOperation::GetListItem), "SendMessage", kUnpacking, Pass::Sysex},
+                   {nullptr, "SendMessage", kOk, Pass::Sysex},
+                   {midi(Failure::Send), "SendMessage", kOk, Pass::NoteOn},
+                   {nullptr, "SendMessage", kDriver, Pass::Sysex}})},
     {"InterfaceRecordAllocationFails", {{allocations(), "new", "80040002"}}},
     {"SymbolInterningFails",
      {{host(HostOperation::InternSymbol), "new", "0"},
@@ -103,21 +107,13 @@ const Scenario kScenarios[] = {
      openBothThen({{midi(Failure::SysexComplete), "SendMessage", kOk, Pass::Sysex},
                    {nullptr, "CloseOutput", kOk}}),
      1},
-    {"IntegerReadFails",
+    // A failed read of an argument, and results and port lists that cannot be made, answer what
+    // there is.
+    {"ArgumentsAndResultsCannotBeMade",
      {{nullptr, "new", "0"},
-      {host(HostOperation::ReadIntegerValue), "OpenInput", "<Void> status 80040104", Pass::Port}}},
-    {"ListItemReadFails",
-     openBothThen(
-         {{host(HostOperation::GetListItem), "SendMessage",
-           "[#code: 9, #text: \"An error occurred while unpacking the message\"]", Pass::Sysex}})},
-    {"ErrorResultCannotBeMade",
-     {{nullptr, "new", "0"}, {host(HostOperation::NewPropertyList), "Init", "<Void>"}}},
-    {"ErrorPropertyCannotBeAppended",
-     {{nullptr, "new", "0"},
-      {host(HostOperation::AppendProperty), "Init", "[#text: \"No error\"]"}}},
-    {"PortListCannotBeMade",
-     {{nullptr, "new", "0"},
-      {nullptr, "Init", kOk},
+      {host(HostOperation::ReadIntegerValue), "OpenInput", "<Void> status 80040104", Pass::Port},
+      {host(HostOperation::NewPropertyList), "Init", "<Void>"},
+      {host(HostOperation::AppendProperty), "Init", "[#text: \"No error\"]"},
       {host(HostOperation::NewLinearList), "GetInputPorts", "<Void>"},
       {host(HostOperation::MakeStringValue), "GetOutputPorts", "[<Void>]"}}},
     {"ReceivedMessageCannotBeBuilt",

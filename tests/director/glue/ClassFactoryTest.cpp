@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <new>
 
 #include "GlueHost.h"
@@ -10,42 +9,6 @@
 
 namespace gluetest {
 namespace {
-
-std::uint32_t word(const std::uint8_t* bytes, std::size_t offset) {
-  std::uint32_t value = 0;
-  std::memcpy(&value, bytes + offset, sizeof value);
-  return value;
-}
-
-TEST(ClassFactory, ClassInfoListsBothClassesAndTheirInterfacesThenATerminator) {
-  GlueHost host;
-  XtraClassInfo* info = nullptr;
-  ASSERT_EQ(DllGetClassInfo(host.store.allocator(), &info), kHostOk);
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(info);
-  struct Expected {
-    const HostInterfaceId* classId;
-    const HostInterfaceId* interfaceId;
-    std::uint32_t last;
-  };
-  const Expected expected[] = {
-      {&kRegistrationClassId, &kIID_ClassFactory, 1},
-      {&kRegistrationClassId, &kIID_IMoaRegister, 0x01000042u},
-      {&kScriptingClassId, &kIID_ClassFactory, 1},
-      {&kScriptingClassId, &kIID_IMoaMmXScript, 0x01000042u},
-  };
-  constexpr std::size_t kRecordSize = 40;
-  for (std::size_t i = 0; i < std::size(expected); ++i) {
-    const std::uint8_t* record = bytes + i * kRecordSize;
-    EXPECT_EQ(std::memcmp(record, expected[i].classId, 16), 0) << i;
-    EXPECT_EQ(word(record, 16), 0x01000042u) << i;
-    EXPECT_EQ(std::memcmp(record + 20, expected[i].interfaceId, 16), 0) << i;
-    EXPECT_EQ(word(record, 36), expected[i].last) << i;
-  }
-  const std::uint8_t* terminator = bytes + 4 * kRecordSize;
-  EXPECT_EQ(std::memcmp(terminator, &kNullInterfaceId, 16), 0);
-  EXPECT_EQ(std::memcmp(terminator + 20, &kNullInterfaceId, 16), 0);
-  host.store.allocator()->FreeBlock(info);
-}
 
 // Known classes are built by every test that loads the bundle.
 TEST(ClassFactory, ClassFormAnswersKnownClassesOnly) {
