@@ -50,16 +50,15 @@ struct Row {
   std::string errPattern = {};
 };
 
-std::string joined(const std::string& term, const std::string& separator, int count) {
-  std::string text = term;
-  for (int i = 1; i < count; ++i) text += separator + term;
-  return text;
-}
-
 std::string repeated(const std::string& text, int count) {
   std::string result;
   for (int i = 0; i < count; ++i) result += text;
   return result;
+}
+
+// `count` terms with `separator` between them.
+std::string joined(const std::string& term, const std::string& separator, int count) {
+  return term + repeated(separator + term, count - 1);
 }
 
 std::string error(int line, const std::string& message) {
@@ -145,9 +144,8 @@ TEST_P(CrashingScripts, EndWithTheAnswerOrAScriptError) {
       (kThreadSanitized || availableKilobytes() < kLargeMemoryKilobytes)) {
     GTEST_SKIP() << "needs 4 GB of available memory, without ThreadSanitizer's shadow of it";
   }
-  std::optional<rlim_t> limit;
-  if (row.needs == Needs::AddressSpaceLimit) limit = kAddressSpaceLimit;
-  ToolProcess tool(row.script, {}, limit);
+  ToolProcess tool(row.script,
+                   row.needs == Needs::AddressSpaceLimit ? kAddressSpaceLimit : RLIM_INFINITY);
   Outcome outcome = tool.finish(kLongestRun);
   ASSERT_TRUE(WIFEXITED(outcome.rawStatus))
       << "ended by signal " << WTERMSIG(outcome.rawStatus) << "\n"
