@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -61,8 +62,7 @@ class ToolProcess {
       kill(pid_, SIGKILL);
       waitpid(pid_, nullptr, 0);
     }
-    for (const char* name : {kScriptName, "out", "err"}) unlink(path(name).c_str());
-    rmdir(folder_.c_str());
+    std::filesystem::remove_all(folder_);
   }
 
   ToolProcess(const ToolProcess&) = delete;
