@@ -55,7 +55,8 @@ struct PlayCase {
 };
 
 // The frame limit, errors in a frame and the real host's stops are run by the movie_*.ls scripts
-// and MovieSignalTest; these rows show when frames start.
+// and MovieSignalTest; these rows need the scripted clock: when each frame starts, and that none
+// does after startMovie fails.
 const std::string kLogging =
     "on startMovie\n  put #startMovie\n  puppetTempo 50\nend\n"
     "on stopMovie\n  put #stopMovie\nend\n";
