@@ -1,4 +1,5 @@
--- A script error in a frame handler stops play; stopMovie still runs and the exit status is 1.
+-- A script error in a frame handler stops play; stopMovie still runs, an error in it shows too,
+-- and the exit status is 1.
 global gMidi, gFrames
 
 on startMovie
@@ -16,4 +17,5 @@ end
 
 on stopMovie
   put "stopMovie after", gFrames, "frames:", gMidi.CloseInput()
+  closeEverything
 end

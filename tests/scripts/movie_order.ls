@@ -1,7 +1,7 @@
 -- A movie script as the host plays it: the top level, prepareMovie and startMovie, then each
 -- frame prepareFrame, enterFrame and exitFrame, then stopMovie; globals declared outside the
 -- handlers reach every handler.
-global gLog, gFrames
+global gLog, gFrames, gCycle
 
 gLog = ["top level"]
 put "top level: the frame", the frame, "tempo", the frameTempo
@@ -26,6 +26,12 @@ end
 
 on enterFrame
   append(gLog, "enterFrame" && gFrames)
+  -- A cycle made in one frame and let go in a later one goes between frames, not at the end.
+  if gFrames = 1 then
+    gCycle = [new(xtra "Tonvik")]
+    add(gCycle, gCycle)
+  end if
+  if gFrames = 2 then gCycle = 0
 end
 
 on exitFrame me
@@ -52,4 +58,5 @@ on stopMovie
   put gLog
   put "frames:", gFrames, "the frame:", the frame, "tempo:", the FrameTempo
   put "timer started at startMovie:", the timer <= the ticks
+  put "values held:", hostLiveValues()
 end

@@ -1,6 +1,6 @@
 // Operators, comments and continuations as scripts use them are run by semantics.ls and
-// arithmetic.ls, and the lexer's errors by ParserTest; these are the line ends and brackets a
-// script file cannot show.
+// arithmetic.ls, the lexer's errors by ParserTest, a byte order mark and CRLF line ends by
+// CrashingScriptsTest; these are the line ends and brackets a script file cannot show.
 #include "Lexer.h"
 
 #include <gtest/gtest.h>
@@ -12,14 +12,9 @@ using K = TokenKind;
 
 TEST(Lexer, SplitsLineEndsAndBracketsAsLingoDoes) {
   const std::pair<const char*, std::vector<TokenKind>> cases[] = {
-      {"a\r\nb", {K::Identifier, K::Newline, K::Identifier, K::EndOfText}},
       // Classic Mac OS line ends, and a continuation before a Windows one.
       {"a\rb", {K::Identifier, K::Newline, K::Identifier, K::EndOfText}},
       {"a \\\r\nb", {K::Identifier, K::Identifier, K::EndOfText}},
-      // A byte order mark is skipped at the start only.
-      {"\xEF\xBB\xBF"
-       "a",
-       {K::Identifier, K::EndOfText}},
       // A stray closing bracket must not make later newlines disappear.
       {")\na", {K::RightParen, K::Newline, K::Identifier, K::EndOfText}},
       {"a \xC2\xAC -- why\n b", {K::Identifier, K::Identifier, K::EndOfText}},

@@ -4,6 +4,8 @@
 // ends the tool at once, for a stopMovie that never returns.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "ToolProcess.h"
 
 namespace {
@@ -17,36 +19,24 @@ constexpr std::chrono::seconds kPatience{60};
 // then what it prints here.
 const std::string kMovie = slurp(TONVIK_SCRIPTS_DIR "/movie_signal.ls");
 
-struct SignalCase {
-  std::string name;
-  int signal;
-};
-
-class StoppingAMovie : public testing::TestWithParam<SignalCase> {};
-
-TEST_P(StoppingAMovie, RunsStopMovieAndReleasesEverything) {
-  ToolProcess tool(kMovie, {});
-  ASSERT_TRUE(tool.waitForOutput("playing", kPatience));
-  tool.signal(GetParam().signal);
-  Outcome outcome = tool.finish(kPatience);
-  ASSERT_TRUE(WIFEXITED(outcome.rawStatus)) << "ended by signal " << WTERMSIG(outcome.rawStatus);
-  EXPECT_EQ(WEXITSTATUS(outcome.rawStatus), 0);
-  EXPECT_EQ(outcome.out, "-- \"playing\"\n-- \"stopMovie\" 0 0\n-- \"values held:\" 1\n");
-  EXPECT_EQ(outcome.err, "");
+TEST(StoppingAMovie, CtrlCOrTerminateRunsStopMovieAndReleasesEverything) {
+  for (int signal : {SIGINT, SIGTERM}) {
+    SCOPED_TRACE(strsignal(signal));
+    ToolProcess tool(kMovie);
+    ASSERT_TRUE(tool.waitForOutput("playing", kPatience));
+    tool.signal(signal);
+    Outcome outcome = tool.finish(kPatience);
+    ASSERT_TRUE(WIFEXITED(outcome.rawStatus)) << "ended by signal " << WTERMSIG(outcome.rawStatus);
+    EXPECT_EQ(WEXITSTATUS(outcome.rawStatus), 0);
+    EXPECT_EQ(outcome.out, "-- \"playing\"\n-- \"stopMovie\" 0 0\n-- \"values held:\" 1\n");
+    EXPECT_EQ(outcome.err, "");
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(MessageWindow, StoppingAMovie,
-                         testing::Values(SignalCase{"CtrlC", SIGINT},
-                                         SignalCase{"Terminate", SIGTERM}),
-                         [](const testing::TestParamInfo<SignalCase>& info) {
-                           return info.param.name;
-                         });
 
 TEST(StoppingAMovie, SecondCtrlCEndsAStopMovieThatNeverReturns) {
   ToolProcess tool(
       "on exitFrame\n  put \"playing\"\n  halt\nend\n"
-      "on stopMovie\n  put \"stopping\"\n  repeat while 1\n  end repeat\nend\n",
-      {"--movie"});
+      "on stopMovie\n  put \"stopping\"\n  repeat while 1\n  end repeat\nend\n");
   ASSERT_TRUE(tool.waitForOutput("stopping", kPatience));
   // Again and again: two signals sent at once may arrive as one.
   auto deadline = std::chrono::steady_clock::now() + kPatience;

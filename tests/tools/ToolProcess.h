@@ -11,12 +11,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace tonvik::testing {
 
@@ -37,18 +36,11 @@ struct Outcome {
 
 class ToolProcess {
  public:
-  // Starts the tool on `script`; with `addressSpaceLimit` (bytes) under `ulimit -v`.
-  ToolProcess(const std::string& script, const std::vector<std::string>& options,
-              std::optional<rlim_t> addressSpaceLimit = std::nullopt)
+  // Starts the tool on `script`, under `ulimit -v` when given an address-space limit (bytes).
+  explicit ToolProcess(const std::string& script, rlim_t addressSpaceLimit = RLIM_INFINITY)
       : folder_(::testing::TempDir() + "tonvik-run-XXXXXX") {
     EXPECT_NE(mkdtemp(folder_.data()), nullptr);
     std::ofstream(path(kScriptName), std::ios::binary) << script;
-    std::vector<std::string> args{TONVIK_TOOL_PATH};
-    args.insert(args.end(), options.begin(), options.end());
-    args.push_back(kScriptName);
-    std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
     const std::string outPath = path("out");
     const std::string errPath = path("err");
     pid_ = fork();
@@ -58,11 +50,9 @@ class ToolProcess {
       if (out < 0 || err < 0 || chdir(folder_.c_str()) != 0) _exit(127);
       dup2(out, STDOUT_FILENO);
       dup2(err, STDERR_FILENO);
-      if (addressSpaceLimit) {
-        rlimit limit{*addressSpaceLimit, *addressSpaceLimit};
-        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(127);
-      }
-      execv(argv[0], argv.data());
+      rlimit limit{addressSpaceLimit, addressSpaceLimit};
+      if (addressSpaceLimit != RLIM_INFINITY && setrlimit(RLIMIT_AS, &limit) != 0) _exit(127);
+      execl(TONVIK_TOOL_PATH, TONVIK_TOOL_PATH, kScriptName, nullptr);
       _exit(127);
     }
   }
@@ -72,8 +62,7 @@ class ToolProcess {
       kill(pid_, SIGKILL);
       waitpid(pid_, nullptr, 0);
     }
-    for (const char* name : {kScriptName, "out", "err"}) unlink(path(name).c_str());
-    rmdir(folder_.c_str());
+    std::filesystem::remove_all(folder_);
   }
 
   ToolProcess(const ToolProcess&) = delete;
@@ -81,43 +70,42 @@ class ToolProcess {
 
   // Waits until standard output holds `text`; false if the tool ends or `timeout` passes first.
   bool waitForOutput(const std::string& text, std::chrono::seconds timeout) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-      if (slurp(path("out")).find(text) != std::string::npos) return true;
-      if (!running()) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
+    bool found = false;
+    poll([&] { return (found = slurp(path("out")).find(text) != std::string::npos) || !running(); },
+         timeout);
+    return found;
   }
 
   void signal(int number) { kill(pid_, number); }
 
   // Whether the tool ends within `timeout`.
   bool endsWithin(std::chrono::milliseconds timeout) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (running()) {
-      if (std::chrono::steady_clock::now() >= deadline) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+    return poll([&] { return !running(); }, timeout);
   }
 
   // Waits for the tool to end; one still running after `timeout` is killed (SIGKILL shows).
   Outcome finish(std::chrono::seconds timeout) {
-    Outcome outcome;
     if (!endsWithin(timeout)) {
       kill(pid_, SIGKILL);
       waitpid(pid_, &status_, 0);
       ended_ = true;
     }
-    outcome.rawStatus = status_;
-    outcome.out = slurp(path("out"));
-    outcome.err = slurp(path("err"));
-    return outcome;
+    return {status_, slurp(path("out")), slurp(path("err"))};
   }
 
  private:
   std::string path(const std::string& name) const { return folder_ + "/" + name; }
+
+  // Whether `done` came true, asked every 10 ms until `timeout` passes.
+  template <typename Done>
+  static bool poll(Done done, std::chrono::milliseconds timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!done()) {
+      if (std::chrono::steady_clock::now() >= deadline) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+  }
 
   bool running() {
     if (ended_ || pid_ <= 0) return false;
