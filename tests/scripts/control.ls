@@ -67,3 +67,10 @@ repeat with item in l
   if item < 4 then append(l, item + 2)
 end repeat
 put l
+
+-- a wait lasts its time, with no MIDI client about too; the ticks and the milliseconds count from
+-- the start, the timer from the last startTimer
+wait(200)
+put the timer >= 12, the ticks >= 12, the milliseconds >= 200
+startTimer
+put the timer < 12, the ticks >= 12

@@ -91,13 +91,6 @@ TEST_F(InterpreterTest, RunsKeepVariablesAndHandlersButNotWhatStoppedThem) {
   EXPECT_EQ(run("put 1 + 1"), "-- 2\n");
 }
 
-// The ticks and the milliseconds count from the start, the timer from the last startTimer.
-TEST_F(InterpreterTest, TheTimerCountsTicksFromStartTimer) {
-  EXPECT_EQ(run("wait(200)\nput the timer >= 12, the ticks >= 12, the milliseconds >= 200\n"
-                "startTimer\nput the timer < 12, the ticks >= 12"),
-            "-- 1 1 1\n-- 1 1\n");
-}
-
 // Limits lowered so that what the real ones stop (a 2 GB string, a list of 16 million) is cheap
 // to reach; they are process-wide, so each test puts them back.
 class LoweredLimits : public ScriptRunner {

@@ -1,7 +1,10 @@
 #include "HostSetup.h"
 
+#include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <stdexcept>
+#include <thread>
 
 #include "MidiHostFunctions.h"
 #include "MidiSystemControl.h"
@@ -30,10 +33,15 @@ std::shared_ptr<HostState> installHost(Interpreter& interpreter, const Options& 
   // Device notifications reach the Xtra only while this thread runs its run loop. On the virtual
   // system a wait also lets every send in flight arrive first, so a script that sends to the
   // loopback bus and waits finds its messages there however busy the machine is.
+  // The run loop returns at once while no MIDI client lives on this thread, as a run loop without
+  // sources does; a wait still lasts its whole time.
   const bool isVirtual = options.midi == MidiSystem::Virtual;
   interpreter.setRunLoopStep([isVirtual](std::chrono::milliseconds duration) {
+    const auto deadline = std::chrono::steady_clock::now() + duration;
     if (isVirtual && duration.count() > 0) midisystem::waitUntilDelivered(kDeliveryTimeoutSeconds);
-    midisystem::runRunLoop(static_cast<double>(duration.count()) / 1000.0);
+    const std::chrono::duration<double> left = deadline - std::chrono::steady_clock::now();
+    midisystem::runRunLoop(std::max(left.count(), 0.0));
+    std::this_thread::sleep_until(deadline);
   });
   return host;
 }
