@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <random>
 #include <string>
 #include <thread>
@@ -164,41 +163,6 @@ TEST_F(QueueStressTest, EverythingArrivesIntactAndInOrder) {
   EXPECT_EQ(received, stream.expected.size());
 }
 
-// The store's list operations, with a pause before every new property list (one per message
-// decoded).
-class PacedLists final : public HostListInterface {
- public:
-  PacedLists(HostListInterface* lists, std::function<void()> pause)
-      : lists_(lists), pause_(std::move(pause)) {}
-  HostStatus QueryInterface(const HostInterfaceId* iid, void** out) override {
-    return lists_->QueryInterface(iid, out);
-  }
-  std::uint32_t AddRef() override { return lists_->AddRef(); }
-  std::uint32_t Release() override { return lists_->Release(); }
-  HostStatus NewLinearList(LingoValue* out) override { return lists_->NewLinearList(out); }
-  HostStatus AppendListItem(LingoValue* list, const LingoValue* item) override {
-    return lists_->AppendListItem(list, item);
-  }
-  std::int32_t ListItemCount(const LingoValue* list) override {
-    return lists_->ListItemCount(list);
-  }
-  HostStatus GetListItem(const LingoValue* list, std::int32_t position, LingoValue* out) override {
-    return lists_->GetListItem(list, position, out);
-  }
-  HostStatus NewPropertyList(LingoValue* out) override {
-    pause_();
-    return lists_->NewPropertyList(out);
-  }
-  HostStatus AppendProperty(LingoValue* propList, const LingoValue* key,
-                            const LingoValue* value) override {
-    return lists_->AppendProperty(propList, key, value);
-  }
-
- private:
-  HostListInterface* lists_;
-  std::function<void()> pause_;
-};
-
 // The producer refills every record the drain frees before the drain decodes the next, whatever
 // the scheduler does: a drain that took what arrived meanwhile would return only once the
 // producer gave up.
@@ -211,13 +175,16 @@ TEST(QueueDrain, OneDrainTakesAtMostWhatWasQueuedWhenItBegan) {
   std::atomic<bool> stop{false};
   std::uint32_t decoded = 0;
   director::ValueStore store;
-  PacedLists lists(store.listInterface(), [&] {
+  RecordingPlatform platform(store);
+  // A pause before each message is decoded (each gets a new property list) until the producer
+  // has refilled every record freed so far.
+  store.watchOperations([&](director::HostOperation operation) {
+    if (operation != director::HostOperation::NewPropertyList) return;
     const std::uint32_t freed = decoded++;
     while (refills.load(std::memory_order_acquire) < std::min(freed, kMostRefills)) {
       std::this_thread::yield();
     }
   });
-  RecordingPlatform platform(store, &lists);
   ASSERT_EQ(platform.OpenInput(0, kRing), kErrNone);
 
   std::uint32_t seq = 0;

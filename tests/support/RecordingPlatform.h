@@ -21,10 +21,7 @@ class RecordingPlatform final : public TonvikBase {
   };
 
   explicit RecordingPlatform(director::ValueStore& store)
-      : RecordingPlatform(store, store.listInterface()) {}
-  // Lists made through `lists`, which may stand in front of the store's own.
-  RecordingPlatform(director::ValueStore& store, HostListInterface* lists)
-      : TonvikBase(store.valueInterface(), lists, store.allocator()) {}
+      : TonvikBase(store.valueInterface(), store.listInterface(), store.allocator()) {}
 
   std::int32_t Init() override { return kErrNone; }
   std::int32_t GetTime() override { return time; }

@@ -450,6 +450,7 @@ void ValueStore::clearFailures() {
 }
 
 bool ValueStore::consumeFailure(HostOperation operation) {
+  if (watcher_) watcher_(operation);
   int& remaining = failures_[static_cast<int>(operation)];
   if (remaining <= 0) return false;
   --remaining;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -96,6 +97,11 @@ class ValueStore {
     allocationsBeforeFailure_ = after;
   }
   void clearFailures();
+  // Called at the start of every interface operation, before any failure is injected; lets a
+  // test pace a caller. An empty function takes the watcher away.
+  void watchOperations(std::function<void(HostOperation)> watcher) {
+    watcher_ = std::move(watcher);
+  }
   // Allocation failures asked for and not yet handed out.
   int pendingAllocationFailures() const { return allocationFailures_; }
 
@@ -135,6 +141,7 @@ class ValueStore {
   int failures_[static_cast<int>(HostOperation::Count_)] = {};
   int allocationFailures_ = 0;
   int allocationsBeforeFailure_ = 0;
+  std::function<void(HostOperation)> watcher_;
   std::vector<std::pair<HostInterfaceId, IMoaUnknown*>> published_;
   Interfaces* interfaces_;
 };
