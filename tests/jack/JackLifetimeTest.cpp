@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "JackTestSupport.h"
-#include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
@@ -43,12 +42,9 @@ TEST(JackLifetime, APortOrListenerLetGoDuringAHeldProcessCallOutlivesTheCall) {
     const std::string name = dispose ? "held-dispose" : "held-disconnect";
     Child sequencer({JACK_MIDISEQ_PROGRAM, name, "256", "0", "60", "128"});
     HeldReader reader;
-    MIDIClientRef client = 0;
+    const MIDIClientRef client = clientNamed("held");
     MIDIPortRef input = 0;
-    CFStringRef text = jacktest::text("held");
-    ASSERT_EQ(MIDIClientCreate(text, nullptr, nullptr, &client), noErr);
-    ASSERT_EQ(MIDIInputPortCreate(client, text, HeldReader::read, &reader, &input), noErr);
-    CFRelease(text);
+    ASSERT_EQ(MIDIInputPortCreate(client, nullptr, HeldReader::read, &reader, &input), noErr);
     ASSERT_TRUE(eventually([&] { return sourceOf(name, "out") != 0; }));
     const MIDIEndpointRef source = sourceOf(name, "out");
     ASSERT_EQ(MIDIPortConnectSource(input, source, nullptr), noErr);

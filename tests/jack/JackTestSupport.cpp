@@ -3,19 +3,24 @@
 #include <gtest/gtest.h>
 #include <jack/midiport.h>
 
-#include <algorithm>
+#include <chrono>
 #include <stdexcept>
 #include <thread>
 
-#include "JackRecords.h"
 #include "JackTsan.h"
 #include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
 
+// Generous: only a broken backend ever waits this long.
+constexpr auto kPatience = std::chrono::seconds(10);
 constexpr auto kPollStep = std::chrono::milliseconds(5);
 constexpr auto kSettle = std::chrono::milliseconds(20);
+
+CFStringRef text(const char* value) {
+  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
+}
 
 MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, ItemCount (*count)(),
                            MIDIEndpointRef (*at)(ItemCount)) {
@@ -51,18 +56,18 @@ bool eventually(const std::function<bool()>& condition) {
   return true;
 }
 
-jackrig::JackServer& server() {
+void useServer() {
   static jackrig::JackServer server(JACKD_PROGRAM);
-  return server;
-}
-
-void useServer(bool mustOwn) {
-  ASSERT_TRUE(server().start(mustOwn)) << "no JACK server";
+  ASSERT_TRUE(server.start()) << "no JACK server";
   ASSERT_TRUE(midisystem::selectBackend("jack"));
 }
 
-CFStringRef text(const char* value) {
-  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
+MIDIClientRef clientNamed(const char* name) {
+  CFStringRef made = text(name);
+  MIDIClientRef client = 0;
+  EXPECT_EQ(MIDIClientCreate(made, nullptr, nullptr, &client), noErr) << name;
+  CFRelease(made);
+  return client;
 }
 
 std::vector<Byte> sysexOf(std::size_t length) {
@@ -73,13 +78,15 @@ std::vector<Byte> sysexOf(std::size_t length) {
   return bytes;
 }
 
+void Inbox::add(const Byte* bytes, std::size_t size) {
+  std::lock_guard lock(mutex);
+  packets.emplace_back(bytes, bytes + size);
+}
+
 void Inbox::read(const MIDIPacketList* list, void* self, void*) {
-  auto* inbox = static_cast<Inbox*>(self);
-  std::lock_guard lock(inbox->mutex);
   const MIDIPacket* packet = list->packet;
-  for (UInt32 i = 0; i < list->numPackets; ++i) {
-    inbox->packets.emplace_back(packet->data, packet->data + packet->length);
-    packet = MIDIPacketNext(packet);
+  for (UInt32 i = 0; i < list->numPackets; ++i, packet = MIDIPacketNext(packet)) {
+    static_cast<Inbox*>(self)->add(packet->data, packet->length);
   }
 }
 
@@ -88,19 +95,13 @@ std::vector<std::vector<Byte>> Inbox::taken() {
   return packets;
 }
 
-bool Inbox::has(const std::vector<Byte>& wanted) {
-  const auto all = taken();
-  return std::find(all.begin(), all.end(), wanted) != all.end();
-}
-
-Listener::Listener() {
-  CFStringRef name = text(kListenerName);
+Listener::Listener() : client(clientNamed(kListenerName)) {
   CFStringRef in = text("in");
   CFStringRef out = text("out");
-  EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
   EXPECT_EQ(MIDIInputPortCreate(client, in, Inbox::read, &inbox, &input), noErr);
   EXPECT_EQ(MIDIOutputPortCreate(client, out, &output), noErr);
-  for (CFStringRef made : {name, in, out}) CFRelease(made);
+  CFRelease(in);
+  CFRelease(out);
 }
 
 Listener::~Listener() {
@@ -167,69 +168,49 @@ Peer::Peer(const std::string& clientName) {
   in_ = jack_port_register(client_, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
   out_ = jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   jack_set_process_callback(client_, process, this);
-  jack_on_info_shutdown(
-      client_,
-      [](jack_status_t, const char*, void* self) { static_cast<Peer*>(self)->orphaned_ = true; },
-      this);
   jack_activate(client_);
 }
 
 Peer::~Peer() {
-  if (!orphaned_) jack_deactivate(client_);
+  jack_deactivate(client_);
   jack_client_close(client_);
 }
 
-std::string Peer::inName() const {
-  return jack_port_name(in_);
-}
-std::string Peer::outName() const {
-  return jack_port_name(out_);
-}
-
 void Peer::send(const std::vector<Byte>& event) {
-  const jackmidi::RecordHeader header{0, 0, static_cast<std::uint32_t>(event.size())};
-  if (!jackmidi::writeRecord(outbound_, header, event.data())) {
-    throw std::runtime_error("peer's send ring is full");
-  }
+  std::lock_guard lock(mutex_);
+  outbound_.push_back(event);
 }
 
 std::vector<std::vector<Byte>> Peer::received() {
-  jackmidi::RecordHeader header;
-  while (jackmidi::peekRecord(inbound_, header)) {
-    std::vector<Byte> event(header.size);
-    jackmidi::takeRecord(inbound_, header, event.data());
-    events_.push_back(std::move(event));
-    times_.push_back(header.due);
-  }
+  std::lock_guard lock(mutex_);
   return events_;
 }
 
 std::vector<jack_time_t> Peer::receivedAt() {
-  received();
+  std::lock_guard lock(mutex_);
   return times_;
 }
 
 int Peer::process(jack_nframes_t frames, void* self) {
   auto* peer = static_cast<Peer*>(self);
+  std::lock_guard lock(peer->mutex_);
   void* in = jack_port_get_buffer(peer->in_, frames);
   TONVIK_JACK_BUFFER_TAKEN(in);
   for (jack_nframes_t i = 0; i < jack_midi_get_event_count(in); ++i) {
     jack_midi_event_t event;
     if (jack_midi_event_get(&event, in, i) != 0) continue;
-    const jack_time_t at =
-        jack_frames_to_time(peer->client_, jack_last_frame_time(peer->client_) + event.time);
-    jackmidi::writeRecord(peer->inbound_, {0, 0, static_cast<std::uint32_t>(event.size), 0, at},
-                          event.buffer);
+    peer->events_.emplace_back(event.buffer, event.buffer + event.size);
+    peer->times_.push_back(
+        jack_frames_to_time(peer->client_, jack_last_frame_time(peer->client_) + event.time));
   }
   TONVIK_JACK_BUFFER_DONE(in);
   void* out = jack_port_get_buffer(peer->out_, frames);
   TONVIK_JACK_BUFFER_TAKEN(out);
   jack_midi_clear_buffer(out);
-  jackmidi::RecordHeader header;
-  while (jackmidi::peekRecord(peer->outbound_, header)) {
-    jack_midi_data_t* room = jack_midi_event_reserve(out, 0, header.size);
-    if (!room) break;
-    jackmidi::takeRecord(peer->outbound_, header, room);
+  // What this period's buffer cannot take goes in the next.
+  for (; !peer->outbound_.empty(); peer->outbound_.pop_front()) {
+    const std::vector<Byte>& event = peer->outbound_.front();
+    if (jack_midi_event_write(out, 0, event.data(), event.size()) != 0) break;
   }
   TONVIK_JACK_BUFFER_DONE(out);
   return 0;

@@ -3,34 +3,29 @@
 #pragma once
 
 #include <jack/jack.h>
-#include <sys/types.h>
 
 #include <atomic>
-#include <chrono>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "ByteRing.h"
 #include "JackServerRig.h"
 #include "MidiServices.h"
 
 namespace jacktest {
 
-// Generous: only a broken backend ever waits this long.
-inline constexpr auto kPatience = std::chrono::seconds(10);
-
+// True once `condition` holds; false after a while that only a broken backend takes.
 bool eventually(const std::function<bool()>& condition);
 
 using jackrig::Child;
-// This test process's server, from JACK_DEFAULT_SERVER or of its own.
-jackrig::JackServer& server();
-// Every test but the one that wants no server at all: the server, and the JACK backend.
-// `mustOwn`: a server of the test's own, which the test may stop.
-void useServer(bool mustOwn = false);
+// Every test: this process's server (the one JACK_DEFAULT_SERVER names, or of its own), and the
+// JACK backend.
+void useServer();
 
-CFStringRef text(const char* value);
+// A client of the MIDI system; 0 if it cannot be made.
+MIDIClientRef clientNamed(const char* name);
 // The name of any object of the MIDI system, clients and ports too; empty when it has none.
 std::string objectName(MIDIObjectRef object);
 // F0, bytes counting up from 1 (modulo 128), F7: `length` bytes in all.
@@ -41,14 +36,15 @@ std::vector<Byte> sysexOf(std::size_t length);
 MIDIEndpointRef sourceOf(const std::string& client, const std::string& port);
 MIDIEndpointRef destinationOf(const std::string& client, const std::string& port);
 
-// Packets that reached an input port, copied on JACK's process thread.
+// Messages that reached an input, copied on JACK's process thread.
 struct Inbox {
   std::mutex mutex;
   std::vector<std::vector<Byte>> packets;
 
+  void add(const Byte* bytes, std::size_t size);
+  // A read procedure: each packet one message.
   static void read(const MIDIPacketList* list, void* self, void*);
   std::vector<std::vector<Byte>> taken();
-  bool has(const std::vector<Byte>& wanted);
 };
 
 // A client of the MIDI system with one input and one output port. In JACK its client is
@@ -95,27 +91,25 @@ class Peer {
   ~Peer();
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
-  std::string inName() const;
-  std::string outName() const;
+  std::string inName() const { return jack_port_name(in_); }
+  std::string outName() const { return jack_port_name(out_); }
   // Queued for the next period, as one event.
   void send(const std::vector<Byte>& event);
-  // Every event received so far, one vector each; taken from the process thread's ring.
+  // Every event received so far, one vector each.
   std::vector<std::vector<Byte>> received();
   // JACK's time (microseconds) of each received event's frame.
   std::vector<jack_time_t> receivedAt();
-  // The server went away; such a client may only be closed.
-  bool orphaned() const { return orphaned_.load(); }
 
  private:
   static int process(jack_nframes_t frames, void* self);
   jack_client_t* client_ = nullptr;
   jack_port_t* in_ = nullptr;
   jack_port_t* out_ = nullptr;
-  std::atomic<bool> orphaned_{false};
-  jackmidi::ByteRing inbound_{1 << 20};
-  jackmidi::ByteRing outbound_{1 << 16};
+  // Taken by the process thread for a moment each period.
+  std::mutex mutex_;
   std::vector<std::vector<Byte>> events_;
   std::vector<jack_time_t> times_;
+  std::deque<std::vector<Byte>> outbound_;
 };
 
 // The endpoint of `client`:in, once listed, with our output connected to it: a clock tick goes

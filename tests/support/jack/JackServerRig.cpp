@@ -86,8 +86,6 @@ bool JackServer::start(bool mustOwn) {
   // The probes fail until a server is up; libjack would say so on every try.
   jack_set_error_function([](const char*) {});
   jack_set_info_function([](const char*) {});
-  // After a stop the same name comes back, so clients that kept it find the server again.
-  if (!name_.empty()) return startNamed(name_);
   const char* given = std::getenv("JACK_DEFAULT_SERVER");
   if (!mustOwn && given && *given && serverAnswers()) return true;
   for (int i = 0; i < kServerNames; ++i) {
@@ -104,18 +102,11 @@ bool JackServer::startNamed(const std::string& name) {
                                                             "-r", "48000", "-p", "256"});
   const auto deadline = Clock::now() + std::chrono::duration<double>(kServerPatienceSeconds);
   while (child_->running() && Clock::now() < deadline) {
-    if (serverAnswers()) {
-      name_ = name;
-      return true;
-    }
+    if (serverAnswers()) return true;
     std::this_thread::sleep_for(kPollStep);
   }
   child_.reset();
   return false;
-}
-
-void JackServer::stop() {
-  child_.reset();
 }
 
 }  // namespace jackrig
