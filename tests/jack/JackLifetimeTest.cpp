@@ -40,7 +40,7 @@ TEST(JackLifetime, APortOrListenerLetGoDuringAHeldProcessCallOutlivesTheCall) {
   for (const bool dispose : {false, true}) {
     SCOPED_TRACE(dispose ? "MIDIPortDispose" : "MIDIPortDisconnectSource");
     const std::string name = dispose ? "held-dispose" : "held-disconnect";
-    Child sequencer({JACK_MIDISEQ_PROGRAM, name, "256", "0", "60", "128"});
+    jackrig::Child sequencer({JACK_MIDISEQ_PROGRAM, name, "256", "0", "60", "128"});
     HeldReader reader;
     const MIDIClientRef client = clientNamed("held");
     MIDIPortRef input = 0;

@@ -16,8 +16,6 @@
 namespace jacktest {
 namespace {
 
-using Events = std::vector<std::vector<Byte>>;
-
 // Requests and short messages sent from two threads at once reach a peer as whole events: each
 // system-exclusive message that fits a period's buffer (about 32 KB) as one, a longer one in
 // pieces that join up to it; short messages in their order, system-exclusive in theirs.

@@ -90,11 +90,6 @@ void Inbox::read(const MIDIPacketList* list, void* self, void*) {
   }
 }
 
-std::vector<std::vector<Byte>> Inbox::taken() {
-  std::lock_guard lock(mutex);
-  return packets;
-}
-
 Listener::Listener() : client(clientNamed(kListenerName)) {
   CFStringRef in = text("in");
   CFStringRef out = text("out");
@@ -102,10 +97,6 @@ Listener::Listener() : client(clientNamed(kListenerName)) {
   EXPECT_EQ(MIDIOutputPortCreate(client, out, &output), noErr);
   CFRelease(in);
   CFRelease(out);
-}
-
-Listener::~Listener() {
-  MIDIClientDispose(client);
 }
 
 void Listener::send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at) {
@@ -144,10 +135,6 @@ Probe::Probe() {
   client = jack_client_open("probe", JackNoStartServer, &status);
 }
 
-Probe::~Probe() {
-  if (client) jack_client_close(client);
-}
-
 bool Probe::connected(const std::string& from, const std::string& to) {
   jack_port_t* port = jack_port_by_name(client, from.c_str());
   return port && jack_port_connected_to(port, to.c_str());
@@ -179,16 +166,6 @@ Peer::~Peer() {
 void Peer::send(const std::vector<Byte>& event) {
   std::lock_guard lock(mutex_);
   outbound_.push_back(event);
-}
-
-std::vector<std::vector<Byte>> Peer::received() {
-  std::lock_guard lock(mutex_);
-  return events_;
-}
-
-std::vector<jack_time_t> Peer::receivedAt() {
-  std::lock_guard lock(mutex_);
-  return times_;
 }
 
 int Peer::process(jack_nframes_t frames, void* self) {

@@ -16,10 +16,11 @@
 
 namespace jacktest {
 
+using Events = std::vector<std::vector<Byte>>;
+
 // True once `condition` holds; false after a while that only a broken backend takes.
 bool eventually(const std::function<bool()>& condition);
 
-using jackrig::Child;
 // Every test: this process's server (the one JACK_DEFAULT_SERVER names, or of its own), and the
 // JACK backend.
 void useServer();
@@ -39,12 +40,15 @@ MIDIEndpointRef destinationOf(const std::string& client, const std::string& port
 // Messages that reached an input, copied on JACK's process thread.
 struct Inbox {
   std::mutex mutex;
-  std::vector<std::vector<Byte>> packets;
+  Events packets;
 
   void add(const Byte* bytes, std::size_t size);
   // A read procedure: each packet one message.
   static void read(const MIDIPacketList* list, void* self, void*);
-  std::vector<std::vector<Byte>> taken();
+  Events taken() {
+    std::lock_guard lock(mutex);
+    return packets;
+  }
 };
 
 // A client of the MIDI system with one input and one output port. In JACK its client is
@@ -58,7 +62,7 @@ struct Listener {
   Inbox inbox;
 
   Listener();
-  ~Listener();
+  ~Listener() { MIDIClientDispose(client); }
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
   void send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at = 0);
@@ -78,7 +82,9 @@ struct SysexRequest {
 struct Probe {
   jack_client_t* client = nullptr;
   Probe();
-  ~Probe();
+  ~Probe() {
+    if (client) jack_client_close(client);
+  }
   Probe(const Probe&) = delete;
   Probe& operator=(const Probe&) = delete;
   bool connected(const std::string& from, const std::string& to);
@@ -96,9 +102,15 @@ class Peer {
   // Queued for the next period, as one event.
   void send(const std::vector<Byte>& event);
   // Every event received so far, one vector each.
-  std::vector<std::vector<Byte>> received();
+  Events received() {
+    std::lock_guard lock(mutex_);
+    return events_;
+  }
   // JACK's time (microseconds) of each received event's frame.
-  std::vector<jack_time_t> receivedAt();
+  std::vector<jack_time_t> receivedAt() {
+    std::lock_guard lock(mutex_);
+    return times_;
+  }
 
  private:
   static int process(jack_nframes_t frames, void* self);
@@ -107,7 +119,7 @@ class Peer {
   jack_port_t* out_ = nullptr;
   // Taken by the process thread for a moment each period.
   std::mutex mutex_;
-  std::vector<std::vector<Byte>> events_;
+  Events events_;
   std::vector<jack_time_t> times_;
   std::deque<std::vector<Byte>> outbound_;
 };

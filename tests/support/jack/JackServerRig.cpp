@@ -22,6 +22,14 @@ constexpr double kServerPatienceSeconds = 10.0;
 // the place of a server that died unannounced only for a new server of the same name.
 constexpr int kServerNames = 4;
 
+// True when a JACK server answers under the name JACK_DEFAULT_SERVER gives.
+bool serverAnswers() {
+  jack_status_t status{};
+  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
+  if (probe) jack_client_close(probe);
+  return probe != nullptr;
+}
+
 }  // namespace
 
 Child::Child(const std::vector<std::string>& arguments, const std::string& outputFile) {
@@ -71,14 +79,6 @@ void Child::stop() {
   int status = 0;
   waitpid(pid_, &status, 0);
   pid_ = -1;
-}
-
-bool serverAnswers() {
-  jack_status_t status{};
-  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
-  if (!probe) return false;
-  jack_client_close(probe);
-  return true;
 }
 
 bool JackServer::start(bool mustOwn) {

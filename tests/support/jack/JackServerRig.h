@@ -28,9 +28,6 @@ class Child {
   pid_t pid_ = -1;
 };
 
-// True when a JACK server answers under the name JACK_DEFAULT_SERVER gives.
-bool serverAnswers();
-
 // The JACK server of this process: the one JACK_DEFAULT_SERVER names if it answers (CI starts
 // one per run), else `jackd -r -n NAME -d dummy -r 48000 -p 256` of its own, stopped when this
 // goes. Also forbids this process's clients to start a server of their own.
