@@ -22,6 +22,16 @@ CFStringRef text(const char* value) {
   return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
 }
 
+// Empty when the object has no name.
+std::string objectName(MIDIObjectRef object) {
+  CFStringRef name = nullptr;
+  if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, &name) != noErr || !name) return {};
+  char text[512] = {};
+  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
+  CFRelease(name);
+  return text;
+}
+
 MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, ItemCount (*count)(),
                            MIDIEndpointRef (*at)(ItemCount)) {
   for (ItemCount i = 0; i < count(); ++i) {
@@ -37,15 +47,6 @@ MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, I
 }
 
 }  // namespace
-
-std::string objectName(MIDIObjectRef object) {
-  CFStringRef name = nullptr;
-  if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, &name) != noErr || !name) return {};
-  char text[512] = {};
-  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
-  CFRelease(name);
-  return text;
-}
 
 bool eventually(const std::function<bool()>& condition) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;

@@ -27,8 +27,6 @@ void useServer();
 
 // A client of the MIDI system; 0 if it cannot be made.
 MIDIClientRef clientNamed(const char* name);
-// The name of any object of the MIDI system, clients and ports too; empty when it has none.
-std::string objectName(MIDIObjectRef object);
 // F0, bytes counting up from 1 (modulo 128), F7: `length` bytes in all.
 std::vector<Byte> sysexOf(std::size_t length);
 

@@ -45,10 +45,7 @@ int drainNoteOns(ValueStore& store, MacOsxTonvik& xtra) {
   const std::string printed = store.print(list);
   store.release(list);
   int notes = 0;
-  for (auto at = printed.find("#noteOn"); at != std::string::npos;
-       at = printed.find("#noteOn", at + 1)) {
-    ++notes;
-  }
+  for (std::size_t at = 0; (at = printed.find("#noteOn", at)) != std::string::npos; ++at) ++notes;
   return notes;
 }
 
