@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "JackTestSupport.h"
-#include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
@@ -41,14 +40,11 @@ TEST(JackLifetime, APortOrListenerLetGoDuringAHeldProcessCallOutlivesTheCall) {
   for (const bool dispose : {false, true}) {
     SCOPED_TRACE(dispose ? "MIDIPortDispose" : "MIDIPortDisconnectSource");
     const std::string name = dispose ? "held-dispose" : "held-disconnect";
-    Child sequencer({JACK_MIDISEQ_PROGRAM, name, "256", "0", "60", "128"});
+    jackrig::Child sequencer({JACK_MIDISEQ_PROGRAM, name, "256", "0", "60", "128"});
     HeldReader reader;
-    MIDIClientRef client = 0;
+    const MIDIClientRef client = clientNamed("held");
     MIDIPortRef input = 0;
-    CFStringRef text = jacktest::text("held");
-    ASSERT_EQ(MIDIClientCreate(text, nullptr, nullptr, &client), noErr);
-    ASSERT_EQ(MIDIInputPortCreate(client, text, HeldReader::read, &reader, &input), noErr);
-    CFRelease(text);
+    ASSERT_EQ(MIDIInputPortCreate(client, nullptr, HeldReader::read, &reader, &input), noErr);
     ASSERT_TRUE(eventually([&] { return sourceOf(name, "out") != 0; }));
     const MIDIEndpointRef source = sourceOf(name, "out");
     ASSERT_EQ(MIDIPortConnectSource(input, source, nullptr), noErr);

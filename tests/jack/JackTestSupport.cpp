@@ -3,19 +3,34 @@
 #include <gtest/gtest.h>
 #include <jack/midiport.h>
 
-#include <algorithm>
+#include <chrono>
 #include <stdexcept>
 #include <thread>
 
-#include "JackRecords.h"
 #include "JackTsan.h"
 #include "MidiSystemControl.h"
 
 namespace jacktest {
 namespace {
 
+// Generous: only a broken backend ever waits this long.
+constexpr auto kPatience = std::chrono::seconds(10);
 constexpr auto kPollStep = std::chrono::milliseconds(5);
 constexpr auto kSettle = std::chrono::milliseconds(20);
+
+CFStringRef text(const char* value) {
+  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
+}
+
+// Empty when the object has no name.
+std::string objectName(MIDIObjectRef object) {
+  CFStringRef name = nullptr;
+  if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, &name) != noErr || !name) return {};
+  char text[512] = {};
+  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
+  CFRelease(name);
+  return text;
+}
 
 MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, ItemCount (*count)(),
                            MIDIEndpointRef (*at)(ItemCount)) {
@@ -33,15 +48,6 @@ MIDIEndpointRef endpointOf(const std::string& client, const std::string& port, I
 
 }  // namespace
 
-std::string objectName(MIDIObjectRef object) {
-  CFStringRef name = nullptr;
-  if (MIDIObjectGetStringProperty(object, kMIDIPropertyName, &name) != noErr || !name) return {};
-  char text[512] = {};
-  CFStringGetCString(name, text, sizeof text, kCFStringEncodingASCII);
-  CFRelease(name);
-  return text;
-}
-
 bool eventually(const std::function<bool()>& condition) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (!condition()) {
@@ -51,18 +57,18 @@ bool eventually(const std::function<bool()>& condition) {
   return true;
 }
 
-jackrig::JackServer& server() {
+void useServer() {
   static jackrig::JackServer server(JACKD_PROGRAM);
-  return server;
-}
-
-void useServer(bool mustOwn) {
-  ASSERT_TRUE(server().start(mustOwn)) << "no JACK server";
+  ASSERT_TRUE(server.start()) << "no JACK server";
   ASSERT_TRUE(midisystem::selectBackend("jack"));
 }
 
-CFStringRef text(const char* value) {
-  return CFStringCreateWithCString(kCFAllocatorDefault, value, kCFStringEncodingASCII);
+MIDIClientRef clientNamed(const char* name) {
+  CFStringRef made = text(name);
+  MIDIClientRef client = 0;
+  EXPECT_EQ(MIDIClientCreate(made, nullptr, nullptr, &client), noErr) << name;
+  CFRelease(made);
+  return client;
 }
 
 std::vector<Byte> sysexOf(std::size_t length) {
@@ -73,38 +79,25 @@ std::vector<Byte> sysexOf(std::size_t length) {
   return bytes;
 }
 
+void Inbox::add(const Byte* bytes, std::size_t size) {
+  std::lock_guard lock(mutex);
+  packets.emplace_back(bytes, bytes + size);
+}
+
 void Inbox::read(const MIDIPacketList* list, void* self, void*) {
-  auto* inbox = static_cast<Inbox*>(self);
-  std::lock_guard lock(inbox->mutex);
   const MIDIPacket* packet = list->packet;
-  for (UInt32 i = 0; i < list->numPackets; ++i) {
-    inbox->packets.emplace_back(packet->data, packet->data + packet->length);
-    packet = MIDIPacketNext(packet);
+  for (UInt32 i = 0; i < list->numPackets; ++i, packet = MIDIPacketNext(packet)) {
+    static_cast<Inbox*>(self)->add(packet->data, packet->length);
   }
 }
 
-std::vector<std::vector<Byte>> Inbox::taken() {
-  std::lock_guard lock(mutex);
-  return packets;
-}
-
-bool Inbox::has(const std::vector<Byte>& wanted) {
-  const auto all = taken();
-  return std::find(all.begin(), all.end(), wanted) != all.end();
-}
-
-Listener::Listener() {
-  CFStringRef name = text(kListenerName);
+Listener::Listener() : client(clientNamed(kListenerName)) {
   CFStringRef in = text("in");
   CFStringRef out = text("out");
-  EXPECT_EQ(MIDIClientCreate(name, nullptr, nullptr, &client), noErr);
   EXPECT_EQ(MIDIInputPortCreate(client, in, Inbox::read, &inbox, &input), noErr);
   EXPECT_EQ(MIDIOutputPortCreate(client, out, &output), noErr);
-  for (CFStringRef made : {name, in, out}) CFRelease(made);
-}
-
-Listener::~Listener() {
-  MIDIClientDispose(client);
+  CFRelease(in);
+  CFRelease(out);
 }
 
 void Listener::send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at) {
@@ -143,10 +136,6 @@ Probe::Probe() {
   client = jack_client_open("probe", JackNoStartServer, &status);
 }
 
-Probe::~Probe() {
-  if (client) jack_client_close(client);
-}
-
 bool Probe::connected(const std::string& from, const std::string& to) {
   jack_port_t* port = jack_port_by_name(client, from.c_str());
   return port && jack_port_connected_to(port, to.c_str());
@@ -167,69 +156,39 @@ Peer::Peer(const std::string& clientName) {
   in_ = jack_port_register(client_, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
   out_ = jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   jack_set_process_callback(client_, process, this);
-  jack_on_info_shutdown(
-      client_,
-      [](jack_status_t, const char*, void* self) { static_cast<Peer*>(self)->orphaned_ = true; },
-      this);
   jack_activate(client_);
 }
 
 Peer::~Peer() {
-  if (!orphaned_) jack_deactivate(client_);
+  jack_deactivate(client_);
   jack_client_close(client_);
 }
 
-std::string Peer::inName() const {
-  return jack_port_name(in_);
-}
-std::string Peer::outName() const {
-  return jack_port_name(out_);
-}
-
 void Peer::send(const std::vector<Byte>& event) {
-  const jackmidi::RecordHeader header{0, 0, static_cast<std::uint32_t>(event.size())};
-  if (!jackmidi::writeRecord(outbound_, header, event.data())) {
-    throw std::runtime_error("peer's send ring is full");
-  }
-}
-
-std::vector<std::vector<Byte>> Peer::received() {
-  jackmidi::RecordHeader header;
-  while (jackmidi::peekRecord(inbound_, header)) {
-    std::vector<Byte> event(header.size);
-    jackmidi::takeRecord(inbound_, header, event.data());
-    events_.push_back(std::move(event));
-    times_.push_back(header.due);
-  }
-  return events_;
-}
-
-std::vector<jack_time_t> Peer::receivedAt() {
-  received();
-  return times_;
+  std::lock_guard lock(mutex_);
+  outbound_.push_back(event);
 }
 
 int Peer::process(jack_nframes_t frames, void* self) {
   auto* peer = static_cast<Peer*>(self);
+  std::lock_guard lock(peer->mutex_);
   void* in = jack_port_get_buffer(peer->in_, frames);
   TONVIK_JACK_BUFFER_TAKEN(in);
   for (jack_nframes_t i = 0; i < jack_midi_get_event_count(in); ++i) {
     jack_midi_event_t event;
     if (jack_midi_event_get(&event, in, i) != 0) continue;
-    const jack_time_t at =
-        jack_frames_to_time(peer->client_, jack_last_frame_time(peer->client_) + event.time);
-    jackmidi::writeRecord(peer->inbound_, {0, 0, static_cast<std::uint32_t>(event.size), 0, at},
-                          event.buffer);
+    peer->events_.emplace_back(event.buffer, event.buffer + event.size);
+    peer->times_.push_back(
+        jack_frames_to_time(peer->client_, jack_last_frame_time(peer->client_) + event.time));
   }
   TONVIK_JACK_BUFFER_DONE(in);
   void* out = jack_port_get_buffer(peer->out_, frames);
   TONVIK_JACK_BUFFER_TAKEN(out);
   jack_midi_clear_buffer(out);
-  jackmidi::RecordHeader header;
-  while (jackmidi::peekRecord(peer->outbound_, header)) {
-    jack_midi_data_t* room = jack_midi_event_reserve(out, 0, header.size);
-    if (!room) break;
-    jackmidi::takeRecord(peer->outbound_, header, room);
+  // What this period's buffer cannot take goes in the next.
+  for (; !peer->outbound_.empty(); peer->outbound_.pop_front()) {
+    const std::vector<Byte>& event = peer->outbound_.front();
+    if (jack_midi_event_write(out, 0, event.data(), event.size()) != 0) break;
   }
   TONVIK_JACK_BUFFER_DONE(out);
   return 0;

@@ -3,36 +3,30 @@
 #pragma once
 
 #include <jack/jack.h>
-#include <sys/types.h>
 
 #include <atomic>
-#include <chrono>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "ByteRing.h"
 #include "JackServerRig.h"
 #include "MidiServices.h"
 
 namespace jacktest {
 
-// Generous: only a broken backend ever waits this long.
-inline constexpr auto kPatience = std::chrono::seconds(10);
+using Events = std::vector<std::vector<Byte>>;
 
+// True once `condition` holds; false after a while that only a broken backend takes.
 bool eventually(const std::function<bool()>& condition);
 
-using jackrig::Child;
-// This test process's server, from JACK_DEFAULT_SERVER or of its own.
-jackrig::JackServer& server();
-// Every test but the one that wants no server at all: the server, and the JACK backend.
-// `mustOwn`: a server of the test's own, which the test may stop.
-void useServer(bool mustOwn = false);
+// Every test: this process's server (the one JACK_DEFAULT_SERVER names, or of its own), and the
+// JACK backend.
+void useServer();
 
-CFStringRef text(const char* value);
-// The name of any object of the MIDI system, clients and ports too; empty when it has none.
-std::string objectName(MIDIObjectRef object);
+// A client of the MIDI system; 0 if it cannot be made.
+MIDIClientRef clientNamed(const char* name);
 // F0, bytes counting up from 1 (modulo 128), F7: `length` bytes in all.
 std::vector<Byte> sysexOf(std::size_t length);
 
@@ -41,14 +35,18 @@ std::vector<Byte> sysexOf(std::size_t length);
 MIDIEndpointRef sourceOf(const std::string& client, const std::string& port);
 MIDIEndpointRef destinationOf(const std::string& client, const std::string& port);
 
-// Packets that reached an input port, copied on JACK's process thread.
+// Messages that reached an input, copied on JACK's process thread.
 struct Inbox {
   std::mutex mutex;
-  std::vector<std::vector<Byte>> packets;
+  Events packets;
 
+  void add(const Byte* bytes, std::size_t size);
+  // A read procedure: each packet one message.
   static void read(const MIDIPacketList* list, void* self, void*);
-  std::vector<std::vector<Byte>> taken();
-  bool has(const std::vector<Byte>& wanted);
+  Events taken() {
+    std::lock_guard lock(mutex);
+    return packets;
+  }
 };
 
 // A client of the MIDI system with one input and one output port. In JACK its client is
@@ -62,7 +60,7 @@ struct Listener {
   Inbox inbox;
 
   Listener();
-  ~Listener();
+  ~Listener() { MIDIClientDispose(client); }
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
   void send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at = 0);
@@ -82,7 +80,9 @@ struct SysexRequest {
 struct Probe {
   jack_client_t* client = nullptr;
   Probe();
-  ~Probe();
+  ~Probe() {
+    if (client) jack_client_close(client);
+  }
   Probe(const Probe&) = delete;
   Probe& operator=(const Probe&) = delete;
   bool connected(const std::string& from, const std::string& to);
@@ -95,27 +95,31 @@ class Peer {
   ~Peer();
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
-  std::string inName() const;
-  std::string outName() const;
+  std::string inName() const { return jack_port_name(in_); }
+  std::string outName() const { return jack_port_name(out_); }
   // Queued for the next period, as one event.
   void send(const std::vector<Byte>& event);
-  // Every event received so far, one vector each; taken from the process thread's ring.
-  std::vector<std::vector<Byte>> received();
+  // Every event received so far, one vector each.
+  Events received() {
+    std::lock_guard lock(mutex_);
+    return events_;
+  }
   // JACK's time (microseconds) of each received event's frame.
-  std::vector<jack_time_t> receivedAt();
-  // The server went away; such a client may only be closed.
-  bool orphaned() const { return orphaned_.load(); }
+  std::vector<jack_time_t> receivedAt() {
+    std::lock_guard lock(mutex_);
+    return times_;
+  }
 
  private:
   static int process(jack_nframes_t frames, void* self);
   jack_client_t* client_ = nullptr;
   jack_port_t* in_ = nullptr;
   jack_port_t* out_ = nullptr;
-  std::atomic<bool> orphaned_{false};
-  jackmidi::ByteRing inbound_{1 << 20};
-  jackmidi::ByteRing outbound_{1 << 16};
-  std::vector<std::vector<Byte>> events_;
+  // Taken by the process thread for a moment each period.
+  std::mutex mutex_;
+  Events events_;
   std::vector<jack_time_t> times_;
+  std::deque<std::vector<Byte>> outbound_;
 };
 
 // The endpoint of `client`:in, once listed, with our output connected to it: a clock tick goes

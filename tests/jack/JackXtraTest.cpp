@@ -45,10 +45,7 @@ int drainNoteOns(ValueStore& store, MacOsxTonvik& xtra) {
   const std::string printed = store.print(list);
   store.release(list);
   int notes = 0;
-  for (auto at = printed.find("#noteOn"); at != std::string::npos;
-       at = printed.find("#noteOn", at + 1)) {
-    ++notes;
-  }
+  for (std::size_t at = 0; (at = printed.find("#noteOn", at)) != std::string::npos; ++at) ++notes;
   return notes;
 }
 
@@ -72,7 +69,7 @@ TEST(JackXtra, APeerKilledInTheMiddleOfA3MBDumpCostsOnlyTheDump) {
     // 3 MB in pieces of 16 KB a period: about a second on jackd at 256 frames a period, from the
     // moment the Xtra listens. The peer prints how far it got.
     const std::string progress = testing::TempDir() + "tonvik-dumper-" + std::to_string(getpid());
-    Child dumper({JACK_DUMP_PEER_PROGRAM, "dumper", "3000000", "16384"}, progress);
+    jackrig::Child dumper({JACK_DUMP_PEER_PROGRAM, "dumper", "3000000", "16384"}, progress);
     Peer keys("keys");
     const std::int32_t position = inputPosition(store, xtra, "dumper");
     ASSERT_GE(position, 0);

@@ -10,6 +10,18 @@ on waitFor instance, name, present
   return FALSE
 end
 
+on firstNote instance
+  stopAt = the milliseconds + 10000
+  repeat while the milliseconds < stopAt
+    message = instance.GetNextMessage()
+    if listP(message) then
+      if getaProp(message, #type) = #noteOn then return message
+    end if
+    wait(5)
+  end repeat
+  return VOID
+end
+
 -- The driver starts the server while the script runs on: Init is tried until it succeeds.
 on initWhenServerRuns instance
   stopAt = the milliseconds + 10000
@@ -42,9 +54,12 @@ put initWhenServerRuns(fresh)
 put waitFor(fresh, "seq", TRUE)
 put fresh.OpenInput(getPos(fresh.GetInputPorts(), "seq"), 4096)
 put fresh.CloseInput()
--- The instance made before the server went away works again too.
+-- The instance made before the server went away works again too: its input port, made again on
+-- the new server, hears the sequencer.
 put midi.Init()
 put midi.OpenInput(getPos(midi.GetInputPorts(), "seq"), 4096)
+note = firstNote(midi)
+put [note.channel, note.number, note.velocity]
 put midi.CloseInput()
 fresh = 0
 watcher = 0

@@ -22,6 +22,14 @@ constexpr double kServerPatienceSeconds = 10.0;
 // the place of a server that died unannounced only for a new server of the same name.
 constexpr int kServerNames = 4;
 
+// True when a JACK server answers under the name JACK_DEFAULT_SERVER gives.
+bool serverAnswers() {
+  jack_status_t status{};
+  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
+  if (probe) jack_client_close(probe);
+  return probe != nullptr;
+}
+
 }  // namespace
 
 Child::Child(const std::vector<std::string>& arguments, const std::string& outputFile) {
@@ -73,21 +81,11 @@ void Child::stop() {
   pid_ = -1;
 }
 
-bool serverAnswers() {
-  jack_status_t status{};
-  jack_client_t* probe = jack_client_open("probe", JackNoStartServer, &status);
-  if (!probe) return false;
-  jack_client_close(probe);
-  return true;
-}
-
 bool JackServer::start(bool mustOwn) {
   setenv("JACK_NO_START_SERVER", "1", 1);
   // The probes fail until a server is up; libjack would say so on every try.
   jack_set_error_function([](const char*) {});
   jack_set_info_function([](const char*) {});
-  // After a stop the same name comes back, so clients that kept it find the server again.
-  if (!name_.empty()) return startNamed(name_);
   const char* given = std::getenv("JACK_DEFAULT_SERVER");
   if (!mustOwn && given && *given && serverAnswers()) return true;
   for (int i = 0; i < kServerNames; ++i) {
@@ -104,18 +102,11 @@ bool JackServer::startNamed(const std::string& name) {
                                                             "-r", "48000", "-p", "256"});
   const auto deadline = Clock::now() + std::chrono::duration<double>(kServerPatienceSeconds);
   while (child_->running() && Clock::now() < deadline) {
-    if (serverAnswers()) {
-      name_ = name;
-      return true;
-    }
+    if (serverAnswers()) return true;
     std::this_thread::sleep_for(kPollStep);
   }
   child_.reset();
   return false;
-}
-
-void JackServer::stop() {
-  child_.reset();
 }
 
 }  // namespace jackrig

@@ -28,24 +28,18 @@ class Child {
   pid_t pid_ = -1;
 };
 
-// True when a JACK server answers under the name JACK_DEFAULT_SERVER gives.
-bool serverAnswers();
-
 // The JACK server of this process: the one JACK_DEFAULT_SERVER names if it answers (CI starts
-// one per run), else `jackd -r -n NAME -d dummy -r 48000 -p 256` of its own. Also forbids this
-// process's clients to start a server of their own.
+// one per run), else `jackd -r -n NAME -d dummy -r 48000 -p 256` of its own, stopped when this
+// goes. Also forbids this process's clients to start a server of their own.
 class JackServer {
  public:
   explicit JackServer(std::string jackdProgram) : jackd_(std::move(jackdProgram)) {}
-  // `mustOwn`: always a server of our own, which may then be stopped. False if none answers.
+  // `mustOwn`: always a server of our own. False if none answers.
   bool start(bool mustOwn = false);
-  // Only a server of our own is stopped; start() brings it back under the same name.
-  void stop();
 
  private:
   bool startNamed(const std::string& name);
   std::string jackd_;
-  std::string name_;
   std::unique_ptr<Child> child_;
 };
 

@@ -62,8 +62,6 @@ class SysexJoiner {
     inMessage_ = false;
   }
 
-  bool joining() const { return inMessage_; }
-
  private:
   const std::size_t limit_;
   bool inMessage_ = false;
