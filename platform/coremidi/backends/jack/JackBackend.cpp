@@ -486,7 +486,7 @@ void JackBackend::queueRecord(SendQueue& queue, const RecordHeader& header, cons
 }
 
 // The caller holds the queue's producer lock.
-bool JackBackend::writeWaiting(SendQueue& queue, const RecordHeader& header, const Byte* data) {
+void JackBackend::writeWaiting(SendQueue& queue, const RecordHeader& header, const Byte* data) {
   const auto deadline = std::chrono::steady_clock::now() + kSendPatience;
   while (!writeRecord(queue.ring, header, data)) {
     if (serverGone_.load(std::memory_order_acquire) ||
@@ -494,11 +494,10 @@ bool JackBackend::writeWaiting(SendQueue& queue, const RecordHeader& header, con
         std::chrono::steady_clock::now() > deadline) {
       coremidi::diagnose("JACK backend: %u MIDI bytes were dropped: the JACK server took none.",
                          header.size);
-      return false;
+      return;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  return true;
 }
 
 void JackBackend::refreshClockOffset() {

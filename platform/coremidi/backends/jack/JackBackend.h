@@ -158,7 +158,7 @@ class JackBackend : public coremidi::Backend {
   void run();
   void stopThread();
   void queueRecord(SendQueue& queue, const RecordHeader& header, const Byte* data);
-  bool writeWaiting(SendQueue& queue, const RecordHeader& header, const Byte* data);
+  void writeWaiting(SendQueue& queue, const RecordHeader& header, const Byte* data);
 
   coremidi::MidiSystem* system_ = nullptr;
   // Senders -> process thread: short messages due now, system-exclusive messages due now, and
