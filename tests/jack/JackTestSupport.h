@@ -51,7 +51,7 @@ struct Inbox {
 
 // A client of the MIDI system with one input and one output port. In JACK its client is
 // "listener" (for the first listener: later ones share it), its ports "in" and "out", then
-// "in 2" and "out 2", and so on.
+// "in 2" and "out 2", and so on. Pinned by its inbox's mutex: the read procedure holds its address.
 inline constexpr const char* kListenerName = "listener";
 struct Listener {
   MIDIClientRef client = 0;
@@ -61,16 +61,13 @@ struct Listener {
 
   Listener();
   ~Listener() { MIDIClientDispose(client); }
-  Listener(const Listener&) = delete;
-  Listener& operator=(const Listener&) = delete;
   void send(MIDIEndpointRef destination, const std::vector<Byte>& bytes, MIDITimeStamp at = 0);
 };
 
-// A system-exclusive request that knows when it is complete.
+// A system-exclusive request that knows when it is complete; pinned by its flag, as the MIDI
+// system holds its address.
 struct SysexRequest {
   SysexRequest(MIDIEndpointRef destination, std::vector<Byte> message);
-  SysexRequest(const SysexRequest&) = delete;
-  SysexRequest& operator=(const SysexRequest&) = delete;
   std::vector<Byte> bytes;
   std::atomic<bool> completed{false};
   MIDISysexSendRequest request{};
@@ -88,13 +85,12 @@ struct Probe {
   bool connected(const std::string& from, const std::string& to);
 };
 
-// A JACK client with one MIDI input "in" and one output "out".
+// A JACK client with one MIDI input "in" and one output "out"; pinned by its mutex, as the
+// process callback holds its address.
 class Peer {
  public:
   explicit Peer(const std::string& clientName);
   ~Peer();
-  Peer(const Peer&) = delete;
-  Peer& operator=(const Peer&) = delete;
   std::string inName() const { return jack_port_name(in_); }
   std::string outName() const { return jack_port_name(out_); }
   // Queued for the next period, as one event.

@@ -11,99 +11,50 @@
 namespace gluetest {
 namespace {
 
-// A callback that refuses one interface and passes every other query to the store's.
-class RefusingCallback final : public HostCallback {
- public:
-  RefusingCallback(HostCallback* inner, HostInterfaceId refused)
-      : inner_(inner), refused_(refused) {}
-  HostStatus QueryInterface(const HostInterfaceId* iid, void** out) override {
-    *out = nullptr;
-    return *iid == refused_ ? kHostErrInjected : inner_->QueryInterface(iid, out);
-  }
-  std::uint32_t AddRef() override { return 1; }
-  std::uint32_t Release() override { return 1; }
+using director::HostOperation;
 
- private:
-  HostCallback* inner_;
-  HostInterfaceId refused_;
-};
-
-// Each selector leaves the result as it was and reaches no instance.
-void expectCallsDoNothing(IMoaMmXScript* script, const std::vector<std::int32_t>& selectors) {
-  LingoValue arguments[3] = {};
-  MoaMmCallInfo info{};
-  info.arguments = arguments;
-  info.resultValue.opaque = 7;
-  for (std::int32_t selector : selectors) {
-    info.methodSelector = selector;
-    EXPECT_EQ(script->Call(&info), kHostOk) << selector;
-    EXPECT_EQ(info.resultValue.opaque, 7u) << selector;
-  }
-  EXPECT_TRUE(instanceLog().calls.empty());
-}
-
-class Dispatch : public testing::Test {
- protected:
-  void SetUp() override {
-    HostStatus status = kHostOk;
-    object_ = host_.createObject(kScriptingClassId, &status);
-    ASSERT_EQ(status, kHostOk);
-    script_ = host_.record<IMoaMmXScript>(object_, kIID_IMoaMmXScript);
-  }
-  void TearDown() override {
-    script_->Release();
-    object_->Release();
-  }
-
-  GlueHost host_;
-  director::HostObject* object_ = nullptr;
-  IMoaMmXScript* script_ = nullptr;
-};
-
-TEST_F(Dispatch, SelectorsOutsideTheTableDoNothing) {
-  const std::size_t symbolValues = host_.store.liveValues();
-  expectCallsDoNothing(script_, {0, -1, 18, 1000});
-  EXPECT_EQ(host_.store.liveValues(), symbolValues);
-}
-
-TEST_F(Dispatch, TheInstanceGoesBeforeTheHostInterfaces) {
-  script_->Release();
-  object_->Release();
-  EXPECT_EQ(instanceLog().calls.back(), "destroyed");
-  EXPECT_EQ(instanceLog().referencesAtDestruction, 2);  // value and list still held
-  EXPECT_EQ(host_.store.liveValues(), 0u);
-  SetUp();
-}
-
-// A refused host interface or no memory for the instance leaves the object without one, and
-// every later call does nothing.
-TEST(Creation, LeavesNoInstanceAndLaterCallsDoNothing) {
-  const struct {
-    bool refuseValues, refuseLists, outOfMemory;
-    HostStatus expected;
-  } cases[] = {{true, false, false, kHostErrInjected},
-               {false, true, false, kHostErrInjected},
-               {false, false, true, kHostErrOutOfMemory}};
-  for (const auto& c : cases) {
+// An object is built with both host interfaces and an instance, or, when the host refuses one
+// of them or has no memory for the instance, with none of them, and then every call does
+// nothing. Selectors outside the table never reach an instance, and the instance goes before
+// the host interfaces it releases its symbols through.
+TEST(Dispatch, CallsReachOnlyAnInstanceBuiltWithBothHostInterfaces) {
+  // The host's interface query that fails: none, the value interface's, the list interface's;
+  // -1: none, but the instance cannot be made.
+  for (const int refused : {0, 1, 2, -1}) {
+    SCOPED_TRACE(refused);
     GlueHost host;
-    RefusingCallback refuseValues(host.store.callback(), kIID_HostValueInterface);
-    RefusingCallback refuseLists(host.store.callback(), kIID_HostListInterface);
-    HostCallback* callback = c.refuseValues  ? &refuseValues
-                             : c.refuseLists ? &refuseLists
-                                             : host.store.callback();
-    instanceLog().failNextCreation = c.outOfMemory;
+    int queries = 0;
+    host.store.watchOperations([&](HostOperation operation) {
+      if (operation == HostOperation::QueryInterface && ++queries == refused) {
+        host.store.failNext(operation, 1);
+      }
+    });
+    instanceLog().failNextCreation = refused < 0;
     HostStatus status = kHostOk;
-    director::HostObject* object = host.createObject(kScriptingClassId, &status, callback);
-    EXPECT_EQ(status, c.expected);
-    EXPECT_EQ(host.store.interfaceReferences(), 0);
-    EXPECT_EQ(reinterpret_cast<CMIDIXtraScript*>(object->header())->instance_, nullptr);
+    director::HostObject* object = host.createObject(kScriptingClassId, &status);
+    host.store.watchOperations({});
+    const bool built = refused == 0;
+    EXPECT_EQ(status, built ? kHostOk : refused > 0 ? kHostErrNoInterface : kHostErrOutOfMemory);
+    EXPECT_EQ(reinterpret_cast<CMIDIXtraScript*>(object->header())->instance_ != nullptr, built);
+    EXPECT_EQ(host.store.interfaceReferences(), built ? 2 : 0);
 
     auto* script = host.record<IMoaMmXScript>(object, kIID_IMoaMmXScript);
     std::vector<std::int32_t> selectors(kMethodSendMessage + 3);
     std::iota(selectors.begin(), selectors.end(), -1);  // the table's, and one on either side
-    expectCallsDoNothing(script, selectors);
+    if (built) selectors = {-1, kMethodNew, kMethodSendMessage + 1, 1000};
+    const std::size_t values = host.store.liveValues();
+    LingoValue arguments[3] = {};
+    MoaMmCallInfo info{nullptr, 0, {7}, 0, arguments};  // a result no call may touch
+    for (std::int32_t selector : selectors) {
+      info.methodSelector = selector;
+      EXPECT_EQ(script->Call(&info), kHostOk) << selector;
+      EXPECT_EQ(info.resultValue.opaque, 7u) << selector;
+    }
+    EXPECT_EQ(instanceLog().calls, 0);
+    EXPECT_EQ(host.store.liveValues(), values);
     script->Release();
     object->Release();
+    EXPECT_EQ(instanceLog().referencesAtDestruction, built ? 2 : -1);
   }
 }
 

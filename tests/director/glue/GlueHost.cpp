@@ -14,30 +14,26 @@ class StandInInstance final : public TonvikBase {
  public:
   using TonvikBase::TonvikBase;
   ~StandInInstance() override {
-    InstanceLog& log = instanceLog();
-    log.calls.push_back("destroyed");
-    log.referencesAtDestruction = log.store->interfaceReferences();
+    instanceLog().referencesAtDestruction = instanceLog().store->interfaceReferences();
   }
 
-  std::int32_t Init() override { return note("Init"); }
-  std::int32_t GetTime() override { return note("GetTime"); }
-  void ResetTimer() override { note("ResetTimer"); }
-  void GetInputPorts(LingoValue*) override { note("GetInputPorts"); }
-  std::int32_t OpenInput(std::int32_t, std::int32_t) override { return note("OpenInput"); }
-  std::int32_t CloseInput() override { return note("CloseInput"); }
-  void GetOutputPorts(LingoValue*) override { note("GetOutputPorts"); }
-  std::int32_t OpenOutput(std::int32_t) override { return note("OpenOutput"); }
-  std::int32_t CloseOutput() override { return note("CloseOutput"); }
+  std::int32_t Init() override { return note(); }
+  std::int32_t GetTime() override { return note(); }
+  void ResetTimer() override { note(); }
+  void GetInputPorts(LingoValue*) override { note(); }
+  std::int32_t OpenInput(std::int32_t, std::int32_t) override { return note(); }
+  std::int32_t CloseInput() override { return note(); }
+  void GetOutputPorts(LingoValue*) override { note(); }
+  std::int32_t OpenOutput(std::int32_t) override { return note(); }
+  std::int32_t CloseOutput() override { return note(); }
   std::int32_t SendShortMessage(std::uint8_t, std::uint8_t, std::uint8_t, std::int32_t) override {
-    return note("SendShortMessage");
+    return note();
   }
-  std::int32_t SendSysex(std::uint8_t, const LingoValue*, std::uint32_t) override {
-    return note("SendSysex");
-  }
+  std::int32_t SendSysex(std::uint8_t, const LingoValue*, std::uint32_t) override { return note(); }
 
  private:
-  std::int32_t note(const char* call) {
-    instanceLog().calls.push_back(call);
+  std::int32_t note() {
+    ++instanceLog().calls;
     return kErrNone;
   }
 };
@@ -63,12 +59,10 @@ GlueHost::~GlueHost() {
   instanceLog().store = nullptr;
 }
 
-director::HostObject* GlueHost::createObject(const HostInterfaceId& classId, HostStatus* status,
-                                             HostCallback* callback) {
+director::HostObject* GlueHost::createObject(const HostInterfaceId& classId, HostStatus* status) {
   director::XtraClassForm form{classId, 0, nullptr, nullptr, DllGetInterface};
   EXPECT_EQ(DllGetClassForm(&classId, &form.objectSize, &form.create, &form.destroy), kHostOk);
-  return director::HostObject::create(form, callback != nullptr ? callback : store.callback(),
-                                      store.allocator(), status);
+  return director::HostObject::create(form, store.callback(), store.allocator(), status);
 }
 
 }  // namespace gluetest

@@ -1,13 +1,9 @@
 // A host for the glue linked into the test: the value store, application information and
-// registry, objects built from the exports, and a stand-in instance that records how the
+// registry, objects built from the exports, and a stand-in instance that counts how often the
 // dispatcher called it.
 #pragma once
 
 #include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "HostAppInfo.h"
 #include "HostObject.h"
@@ -21,7 +17,7 @@ namespace gluetest {
 
 // What the stand-in instance saw; reset by each GlueHost.
 struct InstanceLog {
-  std::vector<std::string> calls;
+  int calls = 0;
   bool failNextCreation = false;
   // Interface references the host still counted when the instance went.
   std::int32_t referencesAtDestruction = -1;
@@ -35,8 +31,7 @@ class GlueHost {
   ~GlueHost();
 
   // An object of the class, built like the loader builds it; the caller releases it.
-  director::HostObject* createObject(const HostInterfaceId& classId, HostStatus* status,
-                                     HostCallback* callback = nullptr);
+  director::HostObject* createObject(const HostInterfaceId& classId, HostStatus* status);
   template <class Interface>
   Interface* record(director::HostObject* object, const HostInterfaceId& iid) {
     void* out = nullptr;

@@ -16,8 +16,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kPollStep = std::chrono::milliseconds(5);
-constexpr double kStopPatienceSeconds = 10.0;
-constexpr double kServerPatienceSeconds = 10.0;
+// For a child to end on SIGTERM, and for a new server to answer.
+constexpr double kPatienceSeconds = 10.0;
 // A few fixed names rather than fresh ones: libjack's registry of servers (eight places) frees
 // the place of a server that died unannounced only for a new server of the same name.
 constexpr int kServerNames = 4;
@@ -74,7 +74,7 @@ bool Child::wait(double seconds) {
 void Child::stop() {
   if (pid_ <= 0) return;
   kill(pid_, SIGTERM);
-  if (wait(kStopPatienceSeconds)) return;
+  if (wait(kPatienceSeconds)) return;
   kill(pid_, SIGKILL);  // only if SIGTERM was ignored
   int status = 0;
   waitpid(pid_, &status, 0);
@@ -100,7 +100,7 @@ bool JackServer::startNamed(const std::string& name) {
   // Plain scheduling (the first -r): containers refuse real-time priorities.
   child_ = std::make_unique<Child>(std::vector<std::string>{jackd_, "-r", "-n", name, "-d", "dummy",
                                                             "-r", "48000", "-p", "256"});
-  const auto deadline = Clock::now() + std::chrono::duration<double>(kServerPatienceSeconds);
+  const auto deadline = Clock::now() + std::chrono::duration<double>(kPatienceSeconds);
   while (child_->running() && Clock::now() < deadline) {
     if (serverAnswers()) return true;
     std::this_thread::sleep_for(kPollStep);
