@@ -2,18 +2,12 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 
 namespace realtime {
 namespace {
-
-std::atomic<std::uint64_t> sections{0};
-std::atomic<std::uint64_t> allocations{0};
-std::atomic<std::uint64_t> frees{0};
-std::atomic<std::uint64_t> mutexLocks{0};
 
 // Plain thread-local storage of a trivial type: reading it neither allocates nor locks.
 thread_local bool watching = false;
@@ -24,14 +18,6 @@ thread_local bool watching = false;
 }
 
 }  // namespace
-
-Counts counts() {
-  return {sections.load(), allocations.load(), frees.load(), mutexLocks.load()};
-}
-
-void resetCounts() {
-  for (auto* counter : {&sections, &allocations, &frees, &mutexLocks}) counter->store(0);
-}
 
 WatchedSection::WatchedSection() : outer_(!watching) {
   if (outer_) sections.fetch_add(1, std::memory_order_relaxed);
@@ -59,39 +45,35 @@ int tonvikRealMutexTrylock(pthread_mutex_t* mutex);
 __asm__(".symver tonvikRealMutexLock, __pthread_mutex_lock@GLIBC_2.2.5");
 __asm__(".symver tonvikRealMutexTrylock, __pthread_mutex_trylock@GLIBC_2.2.5");
 
-using realtime::allocations;
-using realtime::frees;
-using realtime::mutexLocks;
-
 extern "C" {
 
 void* malloc(std::size_t size) {
-  realtime::count(allocations);
+  realtime::count(realtime::allocations);
   return __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-  realtime::count(allocations);
+  realtime::count(realtime::allocations);
   return __libc_calloc(count, size);
 }
 
 void* realloc(void* block, std::size_t size) {
-  realtime::count(allocations);
+  realtime::count(realtime::allocations);
   return __libc_realloc(block, size);
 }
 
 void free(void* block) {
-  if (block != nullptr) realtime::count(frees);
+  if (block != nullptr) realtime::count(realtime::frees);
   __libc_free(block);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  realtime::count(allocations);
+  realtime::count(realtime::allocations);
   return __libc_memalign(alignment, size);
 }
 
 int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
-  realtime::count(allocations);
+  realtime::count(realtime::allocations);
   void* block = __libc_memalign(alignment, size);
   if (block == nullptr) return ENOMEM;
   *out = block;
@@ -99,12 +81,12 @@ int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
 }
 
 int pthread_mutex_lock(pthread_mutex_t* mutex) {
-  realtime::count(mutexLocks);
+  realtime::count(realtime::mutexLocks);
   return tonvikRealMutexLock(mutex);
 }
 
 int pthread_mutex_trylock(pthread_mutex_t* mutex) {
-  realtime::count(mutexLocks);
+  realtime::count(realtime::mutexLocks);
   return tonvikRealMutexTrylock(mutex);
 }
 

@@ -3,6 +3,7 @@
 // only built where no sanitizer runtime owns those functions.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace realtime {
@@ -13,15 +14,11 @@ inline constexpr bool kProbeAvailable = false;
 inline constexpr bool kProbeAvailable = true;
 #endif
 
-struct Counts {
-  std::uint64_t sections = 0;     // watched sections entered
-  std::uint64_t allocations = 0;  // malloc, calloc, realloc, aligned allocations
-  std::uint64_t frees = 0;
-  std::uint64_t mutexLocks = 0;  // pthread_mutex_lock and pthread_mutex_trylock
-};
-
-Counts counts();
-void resetCounts();
+// Counted with relaxed adds: they order nothing, and are read once the watched threads are done.
+inline std::atomic<std::uint64_t> sections{0};     // watched sections entered
+inline std::atomic<std::uint64_t> allocations{0};  // malloc, calloc, realloc, aligned allocations
+inline std::atomic<std::uint64_t> frees{0};
+inline std::atomic<std::uint64_t> mutexLocks{0};  // pthread_mutex_lock and pthread_mutex_trylock
 
 // Marks the calling thread's work between construction and destruction as watched.
 class WatchedSection {
