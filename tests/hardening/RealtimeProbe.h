@@ -20,11 +20,19 @@ inline std::atomic<std::uint64_t> allocations{0};  // malloc, calloc, realloc, a
 inline std::atomic<std::uint64_t> frees{0};
 inline std::atomic<std::uint64_t> mutexLocks{0};  // pthread_mutex_lock and pthread_mutex_trylock
 
+// Plain thread-local storage of a trivial type: reading it neither allocates nor locks.
+inline thread_local bool watching = false;
+
 // Marks the calling thread's work between construction and destruction as watched.
 class WatchedSection {
  public:
-  WatchedSection();
-  ~WatchedSection();
+  WatchedSection() : outer_(!watching) {
+    if (outer_) sections.fetch_add(1, std::memory_order_relaxed);
+    watching = true;
+  }
+  ~WatchedSection() {
+    if (outer_) watching = false;
+  }
   WatchedSection(const WatchedSection&) = delete;
   WatchedSection& operator=(const WatchedSection&) = delete;
 
