@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <future>
 #include <initializer_list>
 #include <thread>
@@ -125,14 +124,8 @@ struct Blocking {
 };
 
 TEST(WaitForReadProc, EveryTeardownReturnsOnlyAfterTheReadProcedureInFlightHasFinished) {
-  const std::function<void(MIDIClientRef, MIDIPortRef, MIDIEndpointRef)> teardowns[] = {
-      [](MIDIClientRef, MIDIPortRef port, MIDIEndpointRef source) {
-        MIDIPortDisconnectSource(port, source);
-      },
-      [](MIDIClientRef, MIDIPortRef port, MIDIEndpointRef) { MIDIPortDispose(port); },
-      [](MIDIClientRef client, MIDIPortRef, MIDIEndpointRef) { MIDIClientDispose(client); },
-  };
-  for (std::size_t way = 0; way < std::size(teardowns); ++way) {
+  enum Teardown { Disconnect, DisposePort, DisposeClient };
+  for (const Teardown way : {Disconnect, DisposePort, DisposeClient}) {
     virtualmidi::replaceSetup(virtualmidi::defaultSetup());
     const MIDIEndpointRef source = virtualmidi::findSource(virtualmidi::kDefaultDeviceName);
     MIDIClientRef client = 0;
@@ -146,7 +139,9 @@ TEST(WaitForReadProc, EveryTeardownReturnsOnlyAfterTheReadProcedureInFlightHasFi
     blocking.entered.get_future().wait();
     bool finishedWhenReturned = false;
     std::thread closer([&] {
-      teardowns[way](client, port, source);
+      if (way == Disconnect) MIDIPortDisconnectSource(port, source);
+      if (way == DisposePort) MIDIPortDispose(port);
+      if (way == DisposeClient) MIDIClientDispose(client);
       finishedWhenReturned = blocking.finished.load(std::memory_order_acquire);
     });
     // Time for the teardown to begin while the procedure is held.
@@ -155,9 +150,7 @@ TEST(WaitForReadProc, EveryTeardownReturnsOnlyAfterTheReadProcedureInFlightHasFi
     closer.join();
     injector.join();
     EXPECT_TRUE(finishedWhenReturned) << way;
-    if (way + 1 < std::size(teardowns)) {
-      EXPECT_EQ(MIDIClientDispose(client), noErr) << way;
-    }
+    EXPECT_EQ(MIDIClientDispose(client), way == DisposeClient ? kMIDIInvalidClient : noErr) << way;
   }
 }
 

@@ -40,46 +40,6 @@ struct Tally {
 
 class SoakTest : public InstanceTest {
  protected:
-  Tally soak(std::int32_t queueBytes) {
-    openLoopback(queueBytes);
-    Tally tally;
-    std::atomic<bool> stop{false};
-    std::atomic<std::uint64_t> sent{0};
-    std::thread sender([&] {
-      auto next = Clock::now();
-      std::uint32_t sequence = 0;
-      while (!stop.load()) {
-        std::vector<virtualmidi::Packet> burst;
-        for (int i = 0; i < kBurstMessages; ++i) {
-          const std::uint32_t s = sequence++ % kSequenceModulus;
-          burst.push_back({static_cast<Byte>(0xE0 | (s >> 14 & 0x0F)), static_cast<Byte>(s & 0x7F),
-                           static_cast<Byte>(s >> 7 & 0x7F)});
-        }
-        if (!inject(burst)) break;
-        sent += kBurstMessages;
-        next += kBurstInterval;
-        std::this_thread::sleep_until(next);
-      }
-    });
-    const auto end = Clock::now() + std::chrono::duration<double>(soakSeconds());
-    auto frame = Clock::now();
-    while (Clock::now() < end) {
-      frame += kFrameInterval;
-      std::this_thread::sleep_until(frame);
-      drainInto(tally);
-    }
-    stop = true;
-    sender.join();
-    EXPECT_TRUE(midisystem::waitUntilDelivered());
-    drainInto(tally);
-    tally.sent = sent.load();
-    // Messages lost after the last one received.
-    tally.lost += (tally.sent - tally.expected) % kSequenceModulus;
-    expectNoValueLeft();
-    return tally;
-  }
-
- private:
   void drainInto(Tally& tally) {
     LingoValue messages = store.makeLinearList();
     instance->GetPendingMessages(&messages);
@@ -109,7 +69,41 @@ class SoakTest : public InstanceTest {
 // With room, nothing is lost; with a queue smaller than one burst, some is, and the flag says so.
 TEST_F(SoakTest, EveryMessageIsReceivedInOrderOrCountedLost) {
   for (const std::int32_t queueBytes : {kRoomyQueue, kTightQueue}) {
-    const Tally tally = soak(queueBytes);
+    openLoopback(queueBytes);
+    Tally tally;
+    std::atomic<bool> stop{false};
+    // The sender alone counts what it sent, read once it has been joined.
+    std::thread sender([&] {
+      auto next = Clock::now();
+      std::uint32_t sequence = 0;
+      while (!stop.load()) {
+        std::vector<virtualmidi::Packet> burst;
+        for (int i = 0; i < kBurstMessages; ++i) {
+          const std::uint32_t s = sequence++ % kSequenceModulus;
+          burst.push_back({static_cast<Byte>(0xE0 | (s >> 14 & 0x0F)), static_cast<Byte>(s & 0x7F),
+                           static_cast<Byte>(s >> 7 & 0x7F)});
+        }
+        if (!inject(burst)) break;
+        tally.sent += kBurstMessages;
+        next += kBurstInterval;
+        std::this_thread::sleep_until(next);
+      }
+    });
+    const auto end = Clock::now() + std::chrono::duration<double>(soakSeconds());
+    auto frame = Clock::now();
+    while (Clock::now() < end) {
+      frame += kFrameInterval;
+      std::this_thread::sleep_until(frame);
+      drainInto(tally);
+    }
+    stop = true;
+    sender.join();
+    EXPECT_TRUE(midisystem::waitUntilDelivered());
+    drainInto(tally);
+    // Messages lost after the last one received.
+    tally.lost += (tally.sent - tally.expected) % kSequenceModulus;
+    expectNoValueLeft();
+
     const bool tight = queueBytes == kTightQueue;
     EXPECT_GT(tally.sent, 0u);
     EXPECT_EQ(tally.received + tally.lost, tally.sent) << queueBytes;
