@@ -126,7 +126,6 @@ const Scenario kScenarios[] = {
 class FaultSweepTest : public testing::TestWithParam<Scenario> {
  protected:
   void SetUp() override {
-    midisystem::clearFailures();
     ASSERT_TRUE(rig_.loaded());
     startValues_ = rig_.store.liveValues();
     startBlocks_ = rig_.store.liveBlocks();
@@ -146,14 +145,10 @@ class FaultSweepTest : public testing::TestWithParam<Scenario> {
     // Arguments are made before the fault, so that it meets the call and nothing else.
     LingoValues values(rig_.store);
     std::vector<LingoValue> arguments;
-    if (step.pass == Pass::Port) {
-      arguments = {values.num(1), values.num(0)};
-      if (step.method == "OpenOutput") arguments.pop_back();
-    } else if (step.pass == Pass::Sysex) {
-      arguments = {values.sysex(125, {1, 2, 3})};
-    } else if (step.pass == Pass::NoteOn) {
-      arguments = {values.message("noteOn", {1, 60, 100})};
-    }
+    if (step.pass == Pass::Port) arguments = {values.num(1), values.num(0)};
+    if (step.pass == Pass::Port && step.method == "OpenOutput") arguments.pop_back();
+    if (step.pass == Pass::Sysex) arguments = {values.sysex(125, {1, 2, 3})};
+    if (step.pass == Pass::NoteOn) arguments = {values.message("noteOn", {1, 60, 100})};
     for (LingoValue& argument : arguments) argument = rig_.store.retain(argument);
     if (step.fault) step.fault(rig_.store);
     if (step.method == "new") return rig_.create();
