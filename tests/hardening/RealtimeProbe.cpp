@@ -2,49 +2,19 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 
-namespace realtime {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
 namespace {
 
-std::atomic<std::uint64_t> sections{0};
-std::atomic<std::uint64_t> allocations{0};
-std::atomic<std::uint64_t> frees{0};
-std::atomic<std::uint64_t> mutexLocks{0};
-
-// Plain thread-local storage of a trivial type: reading it neither allocates nor locks.
-thread_local bool watching = false;
-
-// Unused where a sanitizer owns the allocator and no replacement below is built.
-[[maybe_unused]] void count(std::atomic<std::uint64_t>& counter) {
-  if (watching) counter.fetch_add(1, std::memory_order_relaxed);
+void countIfWatched(std::atomic<std::uint64_t>& counter) {
+  if (realtime::watching) counter.fetch_add(1, std::memory_order_relaxed);
 }
 
 }  // namespace
-
-Counts counts() {
-  return {sections.load(), allocations.load(), frees.load(), mutexLocks.load()};
-}
-
-void resetCounts() {
-  for (auto* counter : {&sections, &allocations, &frees, &mutexLocks}) counter->store(0);
-}
-
-WatchedSection::WatchedSection() : outer_(!watching) {
-  if (outer_) sections.fetch_add(1, std::memory_order_relaxed);
-  watching = true;
-}
-
-WatchedSection::~WatchedSection() {
-  if (outer_) watching = false;
-}
-
-}  // namespace realtime
-
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 // glibc's own entry points, reached without going back through the replacements below.
 extern "C" {
@@ -59,39 +29,35 @@ int tonvikRealMutexTrylock(pthread_mutex_t* mutex);
 __asm__(".symver tonvikRealMutexLock, __pthread_mutex_lock@GLIBC_2.2.5");
 __asm__(".symver tonvikRealMutexTrylock, __pthread_mutex_trylock@GLIBC_2.2.5");
 
-using realtime::allocations;
-using realtime::frees;
-using realtime::mutexLocks;
-
 extern "C" {
 
 void* malloc(std::size_t size) {
-  realtime::count(allocations);
+  countIfWatched(realtime::allocations);
   return __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-  realtime::count(allocations);
+  countIfWatched(realtime::allocations);
   return __libc_calloc(count, size);
 }
 
 void* realloc(void* block, std::size_t size) {
-  realtime::count(allocations);
+  countIfWatched(realtime::allocations);
   return __libc_realloc(block, size);
 }
 
 void free(void* block) {
-  if (block != nullptr) realtime::count(frees);
+  if (block != nullptr) countIfWatched(realtime::frees);
   __libc_free(block);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  realtime::count(allocations);
+  countIfWatched(realtime::allocations);
   return __libc_memalign(alignment, size);
 }
 
 int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
-  realtime::count(allocations);
+  countIfWatched(realtime::allocations);
   void* block = __libc_memalign(alignment, size);
   if (block == nullptr) return ENOMEM;
   *out = block;
@@ -99,12 +65,12 @@ int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
 }
 
 int pthread_mutex_lock(pthread_mutex_t* mutex) {
-  realtime::count(mutexLocks);
+  countIfWatched(realtime::mutexLocks);
   return tonvikRealMutexLock(mutex);
 }
 
 int pthread_mutex_trylock(pthread_mutex_t* mutex) {
-  realtime::count(mutexLocks);
+  countIfWatched(realtime::mutexLocks);
   return tonvikRealMutexTrylock(mutex);
 }
 

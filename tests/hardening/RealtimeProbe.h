@@ -3,6 +3,7 @@
 // only built where no sanitizer runtime owns those functions.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace realtime {
@@ -13,21 +14,25 @@ inline constexpr bool kProbeAvailable = false;
 inline constexpr bool kProbeAvailable = true;
 #endif
 
-struct Counts {
-  std::uint64_t sections = 0;     // watched sections entered
-  std::uint64_t allocations = 0;  // malloc, calloc, realloc, aligned allocations
-  std::uint64_t frees = 0;
-  std::uint64_t mutexLocks = 0;  // pthread_mutex_lock and pthread_mutex_trylock
-};
+// Counted with relaxed adds: they order nothing, and are read once the watched threads are done.
+inline std::atomic<std::uint64_t> sections{0};     // watched sections entered
+inline std::atomic<std::uint64_t> allocations{0};  // malloc, calloc, realloc, aligned allocations
+inline std::atomic<std::uint64_t> frees{0};
+inline std::atomic<std::uint64_t> mutexLocks{0};  // pthread_mutex_lock and pthread_mutex_trylock
 
-Counts counts();
-void resetCounts();
+// Plain thread-local storage of a trivial type: reading it neither allocates nor locks.
+inline thread_local bool watching = false;
 
 // Marks the calling thread's work between construction and destruction as watched.
 class WatchedSection {
  public:
-  WatchedSection();
-  ~WatchedSection();
+  WatchedSection() : outer_(!watching) {
+    if (outer_) sections.fetch_add(1, std::memory_order_relaxed);
+    watching = true;
+  }
+  ~WatchedSection() {
+    if (outer_) watching = false;
+  }
   WatchedSection(const WatchedSection&) = delete;
   WatchedSection& operator=(const WatchedSection&) = delete;
 
