@@ -62,19 +62,11 @@ Stream makeStream(std::uint32_t messages, std::uint32_t seed) {
                                {bytes.begin() + begin, bytes.begin() + end},
                                sysexSeq});
       begin = end;
-      if (end < bytes.size()) {
-        for (int held = below(4); held > 0; --held) addNote();
-      }
+      for (int held = end < bytes.size() ? below(4) : 0; held > 0; --held) addNote();
     }
   };
 
-  while (seq < messages) {
-    if (below(10) == 0) {
-      addSysex();
-    } else {
-      addNote();
-    }
-  }
+  while (seq < messages) below(10) == 0 ? addSysex() : addNote();
   return stream;
 }
 
@@ -107,20 +99,14 @@ TEST_F(QueueStressTest, EverythingArrivesIntactAndInOrder) {
         stalled = true;
         break;
       }
-      const auto length = static_cast<std::uint32_t>(event.bytes.size());
-      switch (event.kind) {
-        case Event::Short:
-          platform_.ReceiveShortMessage(event.bytes[0], event.bytes[1], event.bytes[2],
-                                        event.timestamp);
-          break;
-        case Event::SysexStart:
-          platform_.ReceiveSysexStart(event.bytes.data(), length, event.timestamp);
-          break;
-        case Event::SysexContinuation:
-          // A continuation reads the instance's clock; only this thread reads it meanwhile.
-          platform_.time = static_cast<std::int32_t>(event.timestamp);
-          platform_.ReceiveSysexContinuation(event.bytes.data(), length);
-          break;
+      // The receive path reads the instance's clock; only this thread reads it meanwhile.
+      platform_.time = static_cast<std::int32_t>(event.timestamp);
+      if (event.kind == Event::Short) {
+        platform_.receiveShort(event.bytes[0], event.bytes[1], event.bytes[2]);
+      } else if (event.kind == Event::SysexStart) {
+        platform_.receive(event.bytes);
+      } else {
+        platform_.receiveMore(event.bytes);
       }
     }
     done.store(true, std::memory_order_release);
