@@ -147,7 +147,6 @@ TEST_F(EndpointDirectoryTest, ListingIsCachedUntilANotificationArrives) {
   EXPECT_EQ(inputs()[0].first, "Old Port 1");  // nothing told the Xtra yet
   midisystem::runRunLoop(0);
   EXPECT_EQ(inputs()[0].first, "New Port 1");
-  EXPECT_GT(midisystem::callCount("MIDIGetNumberOfSources"), 0u);
 }
 
 TEST_F(EndpointDirectoryTest, OlderEntryResolvesWhileItsNamesHoldAndNotOnceItsDeviceIsGone) {
