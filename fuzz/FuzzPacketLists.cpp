@@ -3,7 +3,6 @@
 // queue is read back one message at a time and the census must balance.
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "FuzzInput.h"
@@ -21,14 +20,12 @@ constexpr std::size_t kLongestPacket = 2048;
 
 struct Rig {
   director::ValueStore store;
-  std::unique_ptr<MacOsxTonvik> instance;
+  MacOsxTonvik instance{store.valueInterface(), store.listInterface(), store.allocator()};
   std::size_t symbolValues = 0;
 
   Rig() {
-    instance = std::make_unique<MacOsxTonvik>(store.valueInterface(), store.listInterface(),
-                                              store.allocator());
-    fuzzcheck::expect(instance->Init() == 0, "Init");
-    fuzzcheck::expect(instance->OpenInput(0, kQueueBytes) == 0, "OpenInput on the bus");
+    fuzzcheck::expect(instance.Init() == 0, "Init");
+    fuzzcheck::expect(instance.OpenInput(0, kQueueBytes) == 0, "OpenInput on the bus");
     symbolValues = store.liveValues();
   }
 };
@@ -52,11 +49,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     fuzzcheck::expect(virtualmidi::injectByName(virtualmidi::kDefaultDeviceName, packets),
                       "the bus takes the packet list");
-    for (int reads = input.byte() % 8; reads > 0; --reads) fuzzcheck::readOne(*r.instance, r.store);
-    if (input.byte() % 4 == 0) r.instance->InputOverflowed();
+    for (int reads = input.byte() % 8; reads > 0; --reads) fuzzcheck::readOne(r.instance, r.store);
+    if (input.byte() % 4 == 0) r.instance.InputOverflowed();
   }
-  fuzzcheck::readAll(*r.instance, r.store);
-  r.instance->InputOverflowed();
+  fuzzcheck::readAll(r.instance, r.store);
+  r.instance.InputOverflowed();
   fuzzcheck::expect(r.store.liveValues() == r.symbolValues, "every value made is released");
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "FuzzInput.h"
+#include "MidiBytes.h"
 #include "QueueView.h"
 #include "RecordingPlatform.h"
 #include "ValueStore.h"
@@ -20,8 +21,6 @@ enum Operation : std::uint8_t {
 // clang-format on
 
 constexpr std::uint32_t kSmallQueue = 1024;
-constexpr std::uint8_t kDataMask = 0x7F;
-constexpr std::uint8_t kSysexStatus = 0xF0;
 constexpr std::size_t kLargestChunk = 1500;  // larger than the ring
 constexpr std::uint32_t kReopenSizes[] = {0, 1024, 1100, 4096};
 
@@ -37,31 +36,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::uint32_t time = 0;
     while (!input.empty()) {
       time += input.byte();
-      instance.time = static_cast<std::int32_t>(time);  // continuation chunks read the clock
+      instance.time = static_cast<std::int32_t>(time);  // every record is stamped with it
       const auto operation = static_cast<Operation>(input.byte() % kOperationCount);
       switch (operation) {
         case kShort: {
           // The input port cuts messages at status bytes, so data bytes stay below 0x80.
           const std::uint8_t status = input.byte();
-          const std::uint8_t data1 = input.byte() & kDataMask;
-          instance.ReceiveShortMessage(status, data1, input.byte() & kDataMask, time);
+          const std::uint8_t data1 = input.byte() & midi::kDataMask;
+          instance.receiveShort(status, data1, input.byte() & midi::kDataMask);
           break;
         }
         case kSysexStart:
         case kSysexContinuation: {
-          const bool start = operation == kSysexStart;
           auto chunk = input.bytes(input.byte() * kLargestChunk / 255 + 1);
           if (chunk.empty()) break;
           // The port starts a message only with a packet that begins with 0xF0, and continues
           // it with one that begins with a data byte.
           std::vector<std::uint8_t> bytes(chunk.begin(), chunk.end());
-          const auto length = static_cast<std::uint32_t>(bytes.size());
-          if (start) {
-            bytes.front() = kSysexStatus;
-            instance.ReceiveSysexStart(bytes.data(), length, time);
+          if (operation == kSysexStart) {
+            bytes.front() = midi::kSysexStart;
+            instance.receive(bytes);
           } else {
-            bytes.front() &= kDataMask;
-            instance.ReceiveSysexContinuation(bytes.data(), length);
+            bytes.front() &= midi::kDataMask;
+            instance.receiveMore(bytes);
           }
           break;
         }

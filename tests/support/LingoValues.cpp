@@ -33,6 +33,19 @@ std::string printAndRelease(director::ValueStore& store, LingoValue value) {
   return printed;
 }
 
+std::vector<std::int32_t> timestampsAndRelease(director::ValueStore& store, LingoValue messages) {
+  std::vector<std::int32_t> stamps;
+  for (std::int32_t i = 1; i <= store.count(messages); ++i) {
+    LingoValue message = store.itemAt(messages, i);
+    LingoValue stamp = store.itemAt(message, store.count(message));
+    stamps.push_back(store.integer(stamp));
+    store.release(stamp);
+    store.release(message);
+  }
+  store.release(messages);
+  return stamps;
+}
+
 std::string withoutTimestamp(std::string printed) {
   const auto cut = printed.find(", #timestamp:");
   return cut == std::string::npos ? printed : printed.substr(0, cut) + "]";

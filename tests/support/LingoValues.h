@@ -37,5 +37,7 @@ class LingoValues {
 
 // The value as the message window prints it; the value is released.
 std::string printAndRelease(director::ValueStore& store, LingoValue value);
+// The #timestamp of each received message in the list (its last property); the list is released.
+std::vector<std::int32_t> timestampsAndRelease(director::ValueStore& store, LingoValue messages);
 // A received message without its #timestamp, which varies from run to run.
 std::string withoutTimestamp(std::string printed);

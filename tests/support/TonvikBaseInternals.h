@@ -1,5 +1,5 @@
 // The befriended name: lets unit tests and fuzz targets see what a script cannot, the ring and
-// its indices, and the symbol counter.
+// its indices.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,6 @@
 
 class TonvikBaseInternals {
  public:
-  static std::int32_t acquiredSymbolValueCount(const TonvikBase& base) {
-    return base.acquiredSymbolValueCount_;
-  }
   static std::uint32_t size(const TonvikBase& base) { return base.inputQueueSize_; }
   static const std::uint8_t* ring(const TonvikBase& base) { return base.inputQueue_; }
   static std::uint32_t writeIndex(const TonvikBase& base) { return base.inputWriteIndex_.load(); }

@@ -2,6 +2,7 @@
 // another thread, and what destruction gives back. Its timer on received messages, how its port
 // cuts packets, and large system-exclusive messages are run by xtra_packets.ls and
 // xtra_sysex_large.ls.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -43,13 +44,13 @@ TEST_F(MacOsxTonvikTest, DestructionClosesBothPortsAndGivesBackEveryClientRefere
 // The receive path stamps messages while the host thread resets the timer as fast as it can: a
 // stamp may belong to the time before or after a reset, but is never a wrapped negative value.
 TEST_F(MacOsxTonvikTest, MessagesStampedWhileTheTimerIsResetLieBetweenZeroAndTheElapsedTime) {
-  constexpr int kMessages = 100000;
+  constexpr std::size_t kMessages = 100000;
   openLoopback(1 << 20);  // room for every message
   const auto began = std::chrono::steady_clock::now();
   instance->ResetTimer();  // so that no stamp counts from before `began`
   std::atomic<bool> done{false};
   std::thread receiveThread([&] {
-    for (int i = 0; i < kMessages; ++i) instance->processShortMessage(0.0, 0xF8, 0, 0);
+    for (std::size_t i = 0; i < kMessages; ++i) instance->processShortMessage(0.0, 0xF8, 0, 0);
     done.store(true, std::memory_order_release);
   });
   while (!done.load(std::memory_order_acquire)) instance->ResetTimer();
@@ -62,18 +63,11 @@ TEST_F(MacOsxTonvikTest, MessagesStampedWhileTheTimerIsResetLieBetweenZeroAndThe
 
   LingoValue messages = store.makeLinearList();
   instance->GetPendingMessages(&messages);
-  ASSERT_EQ(store.count(messages), kMessages);
-  int outside = 0;
-  for (std::int32_t i = 1; i <= kMessages; ++i) {
-    LingoValue message = store.itemAt(messages, i);
-    LingoValue stamp = store.itemAt(message, 2);
-    const std::int32_t time = store.integer(stamp);
-    if (time < 0 || time > elapsed) ++outside;
-    store.release(stamp);
-    store.release(message);
-  }
-  store.release(messages);
-  EXPECT_EQ(outside, 0);
+  const std::vector<std::int32_t> stamps = timestampsAndRelease(store, messages);
+  ASSERT_EQ(stamps.size(), kMessages);
+  EXPECT_EQ(std::count_if(stamps.begin(), stamps.end(),
+                          [&](std::int32_t time) { return time < 0 || time > elapsed; }),
+            0);
   expectNoValueLeft();
 }
 
